@@ -1,0 +1,37 @@
+#include "expression/function_call.h"
+
+#include "quorvix/math_parser.h"
+
+namespace quorvix {
+
+FunctionCallers& Callers() {
+  static FunctionCallers callers;
+  return callers;
+}
+
+namespace {
+
+symtab* Unavailable(const char* message) {
+  MathParser::Error(message);
+  return nullptr;
+}
+
+}  // namespace
+
+symtab* CallEntry(funtab* entry, sym_list* args, int position) {
+  FunctionCallers& callers = Callers();
+  if (entry->is_external)
+    return callers.external ? callers.external(entry, args)
+                            : Unavailable("external functions are not available");
+  if (entry->is_user)
+    return callers.user ? callers.user(entry, args)
+                        : Unavailable("user-defined functions are not available");
+  if (entry->is_library)
+    return callers.library ? callers.library(entry, args)
+                           : Unavailable("library functions are not available");
+  if (entry->has_context) return entry->context_handler(entry->context, args);
+  if (MathParser::current_parser != nullptr) MathParser::current_parser->SetErrorPosition(position);
+  return entry->handler ? entry->handler(args) : Unavailable("Unknown function");
+}
+
+}  // namespace quorvix

@@ -1,0 +1,28 @@
+// Calls of registry entries that are not plain built-ins. User-defined,
+// external-program and shared-library functions are served by their own
+// modules, which install a caller here; an entry whose caller is missing
+// reports that its kind is unavailable.
+#ifndef QUORVIX_EXPRESSION_FUNCTION_CALL_H
+#define QUORVIX_EXPRESSION_FUNCTION_CALL_H
+
+#include "quorvix/symtab.h"
+
+namespace quorvix {
+
+using EntryCaller = symtab* (*)(funtab* entry, sym_list* args);
+
+struct FunctionCallers {
+  EntryCaller external = nullptr;
+  EntryCaller user = nullptr;
+  EntryCaller library = nullptr;
+};
+
+FunctionCallers& Callers();
+
+// Calls the entry with the arguments, dispatching on its kind flags (external,
+// user, library, context, plain). Returns the handler's record or null.
+symtab* CallEntry(funtab* entry, sym_list* args, int position);
+
+}  // namespace quorvix
+
+#endif

@@ -1,0 +1,366 @@
+#include "quorvix/math_parser.h"
+
+#include <cctype>
+#include <cmath>
+#include <cstring>
+#include <iostream>
+#include <new>
+
+#include "expression/builtin_table.h"
+#include "parser/core/error.h"
+#include "parser/math/parse_cache.h"
+
+MathParser* MathParser::current_parser = nullptr;
+ErrorFunc MathParser::err_fun = nullptr;
+std::ostream* MathParser::p_error_os = nullptr;
+Tcl_Interp* MathParser::tcl_interp = nullptr;
+void* (*MathParser::app_func)() = nullptr;
+double (*MathParser::time_func)() = nullptr;
+VQApplicationInfo* MathParser::s_app_info = nullptr;
+std::map<void*, MessageServiceBase*> MathParser::message_services;
+int MathParser::need_preprocess = -1;
+std::string MathParser::error_text_;
+
+namespace {
+
+// Generations come from one counter so that a parser created at the address
+// of a destroyed one never matches a stale cached lookup.
+std::uint64_t NextGeneration() {
+  static std::uint64_t counter = 0;
+  return ++counter;
+}
+
+// Restores current_parser on every way out of an evaluation.
+class CurrentParserScope {
+ public:
+  explicit CurrentParserScope(MathParser* p) : saved_(MathParser::current_parser) {
+    MathParser::current_parser = p;
+  }
+  ~CurrentParserScope() { MathParser::current_parser = saved_; }
+  CurrentParserScope(const CurrentParserScope&) = delete;
+  CurrentParserScope& operator=(const CurrentParserScope&) = delete;
+
+ private:
+  MathParser* saved_;
+};
+
+void Report(const char* message) {
+  if (MathParser::err_fun != nullptr) MathParser::err_fun(message);
+}
+
+}  // namespace
+
+MathParserExpression::MathParserExpression(std::shared_ptr<quorvix::ParsedTree> tree)
+    : tree_(std::move(tree)) {}
+MathParserExpression::~MathParserExpression() = default;
+
+MathParser::MathParser() : vars_generation_(NextGeneration()) {
+  if (func_list.empty()) quorvix::RegisterBuiltins();
+}
+
+MathParser::MathParser(const MathParser& other) : vars_generation_(NextGeneration()) {
+  CopyFrom(other);
+}
+
+MathParser& MathParser::operator=(const MathParser& other) {
+  if (this != &other) {
+    ClearStack();
+    CopyFrom(other);
+  }
+  return *this;
+}
+
+void MathParser::CopyFrom(const MathParser& other) {
+  for (const auto& [name, rec] : other.variables_) {
+    auto* copy = new symtab(*rec);
+    copy->shared = 1;
+    variables_[name] = copy;
+  }
+  num_get_funcs_ = other.num_get_funcs_;
+  num_set_funcs_ = other.num_set_funcs_;
+  num_mdl_funcs_ = other.num_mdl_funcs_;
+  for (int i = 0; i < kMaxHooks; ++i) {
+    get_funcs_[i] = other.get_funcs_[i];
+    set_funcs_[i] = other.set_funcs_[i];
+    mdl_funcs_[i] = other.mdl_funcs_[i];
+  }
+  allow_assign_ = other.allow_assign_;
+  globals_in_functions_ = other.globals_in_functions_;
+  allow_escape_characters_ = other.allow_escape_characters_;
+  vars_generation_ = NextGeneration();
+}
+
+MathParser::~MathParser() {
+  delete[] expression_text_;
+  delete[] error_message_;
+  ClearStack();
+  if (current_parser == this) current_parser = nullptr;
+}
+
+// Evaluation ---------------------------------------------------------------
+
+symtab* MathParser::Evaluate(char* text) {
+  last_result_ = nullptr;
+  eval_word1_ = eval_word2_ = eval_word3_ = 0;
+  char* copy = newstrdup(text ? text : "");
+  delete[] expression_text_;
+  expression_text_ = copy;
+  delete[] error_message_;
+  error_message_ = nullptr;
+
+  CurrentParserScope scope(this);
+  error_text_.clear();
+  symtab* result = nullptr;
+  const char* p = expression_text_;
+  while (*p == ' ' || *p == '\t' || *p == '\n' || *p == '\v' || *p == '\f' || *p == '\r') ++p;
+  try {
+    std::shared_ptr<quorvix::ParsedTree> tree =
+        quorvix::ParseExpression(p, allow_escape_characters_);
+    result = EvaluateTree(tree);
+  } catch (const ParserCore_NS::Error& e) {
+    // Positions count from the start of the text as given.
+    error_position_ = static_cast<int>(p - expression_text_) + (e.position() < 0 ? 0 : e.position());
+    Report(e.message().c_str());
+  } catch (int) {
+    // An integer thrown inside ends the evaluation silently.
+  } catch (const std::bad_alloc&) {
+    Report("Out of memory");
+  } catch (...) {
+    Report("Internal error");
+  }
+  last_result_ = result;
+  return result;
+}
+
+MathParserExpression* MathParser::CreateExpression(const char* text) {
+  if (text == nullptr) return nullptr;
+  CurrentParserScope scope(this);
+  while (std::isspace(static_cast<unsigned char>(*text))) ++text;
+  try {
+    return new MathParserExpression(quorvix::ParseExpression(text, allow_escape_characters_));
+  } catch (...) {
+    return nullptr;
+  }
+}
+
+symtab* MathParser::Evaluate(MathParserExpression* expr) {
+  if (expr == nullptr || !expr->tree()) return nullptr;
+  last_result_ = nullptr;
+  CurrentParserScope scope(this);
+  error_text_.clear();
+  symtab* result = nullptr;
+  try {
+    result = EvaluateTree(expr->tree());
+  } catch (const ParserCore_NS::Error& e) {
+    error_position_ = e.position() < 0 ? 0 : e.position();
+    Report(e.message().c_str());
+  } catch (int) {
+  } catch (const std::bad_alloc&) {
+    Report("Out of memory");
+  } catch (...) {
+    Report("Internal error");
+  }
+  last_result_ = result;
+  return result;
+}
+
+symtab* MathParser::EvaluateTree(const std::shared_ptr<quorvix::ParsedTree>& tree) {
+  symtab value;
+  tree->root->evaluate(value);
+  error_text_.clear();
+  if (value.type == SYM_UNDEFINED && value.name != nullptr)
+    throw ParserCore_NS::Error(std::string("Unknown symbol \"") + value.name + "\"",
+                               tree->root->position());
+  auto* result = new symtab;
+  result->Swap(value);
+  return result;
+}
+
+// Variables ------------------------------------------------------------------
+
+symtab* MathParser::SymLook(const char* name) {
+  if (!allow_assign_) {
+    auto* rec = new symtab;
+    rec->SetName(name);
+    return rec;
+  }
+  auto it = variables_.find(name);
+  if (it == variables_.end()) {
+    auto* rec = new symtab;
+    rec->SetName(name);
+    rec->shared = 1;
+    it = variables_.emplace(name, rec).first;
+  }
+  if (it->second->name == nullptr) it->second->SetName(name);
+  return it->second;
+}
+
+int MathParser::AddVariable(symtab* v) {
+  if (v == nullptr || v->name == nullptr) return 0;
+  auto* copy = new symtab(*v);
+  copy->shared = 1;
+  auto [it, inserted] = variables_.try_emplace(v->name, copy);
+  if (!inserted) {
+    it->second->shared = 0;
+    it->second->Delete();
+    it->second = copy;
+  }
+  vars_generation_ = NextGeneration();
+  return 0;
+}
+
+symtab* MathParser::GetVariable(const char* name) {
+  symtab* rec = SymLook(name);
+  if (!allow_assign_) {
+    rec->Delete();
+    return nullptr;
+  }
+  if (rec->type == SYM_UNDEFINED) return nullptr;
+  auto* copy = new symtab(*rec);
+  copy->shared = 0;
+  return copy;
+}
+
+symtab* MathParser::SetVariable(const char* name, const void* values) {
+  symtab* rec = SymLook(name);
+  if (values == nullptr) return rec;
+  if (rec->type == SYM_SCALAR) {
+    rec->value = *static_cast<const double*>(values);
+  } else if (rec->type == SYM_ARRAY && rec->data != nullptr) {
+    std::size_t n = static_cast<std::size_t>(rec->rows) * rec->cols;
+    const auto* src = static_cast<const double*>(values);
+    std::copy(src, src + n, rec->data);
+  }
+  return rec;
+}
+
+void MathParser::ClearVariable(const char* name) {
+  auto it = variables_.find(name);
+  if (it == variables_.end()) return;
+  it->second->Delete();
+  variables_.erase(it);
+  vars_generation_ = NextGeneration();
+}
+
+void MathParser::ClearVariablesExcept(const std::set<std::string>& keep) {
+  if (keep.empty()) return;  // an empty set is not a request to clear everything
+  std::vector<std::string> doomed;
+  for (const auto& [name, rec] : variables_)
+    if (!keep.count(name)) doomed.push_back(name);
+  for (const auto& name : doomed) ClearVariable(name.c_str());
+}
+
+void MathParser::ClearStack() {
+  for (auto& [name, rec] : variables_) {
+    rec->shared = 0;
+    rec->Delete();
+  }
+  variables_.clear();
+  vars_generation_ = NextGeneration();
+}
+
+void MathParser::ShowMathParserStack(MathParser* parser) {
+  if (parser == nullptr) return;
+  for (const auto& [name, rec] : parser->variables_) {
+    std::cerr << name << '\n';
+    if (rec->type == SYM_SCALAR) std::cerr << rec->value << '\n';
+  }
+}
+
+// Hooks ------------------------------------------------------------------------
+
+void MathParser::AddGetFunc(GetFunc f) {
+  for (int i = 0; i < num_get_funcs_; ++i)
+    if (get_funcs_[i] == f) return;
+  if (num_get_funcs_ < kMaxHooks) get_funcs_[num_get_funcs_++] = f;
+}
+
+void MathParser::AddSetFunc(SetFunc f) {
+  if (num_set_funcs_ < kMaxHooks) set_funcs_[num_set_funcs_++] = f;
+}
+
+void MathParser::AddMDLFunc(MdlFunc f) {
+  for (int i = 0; i < num_mdl_funcs_; ++i)
+    if (mdl_funcs_[i] == f) return;
+  if (num_mdl_funcs_ < kMaxHooks) mdl_funcs_[num_mdl_funcs_++] = f;
+}
+
+void MathParser::CopyGetFuncs(MathParser* other) {
+  if (other == nullptr) return;
+  for (int i = 0; i < other->num_get_funcs_; ++i) AddGetFunc(other->get_funcs_[i]);
+}
+
+symtab* MathParser::GetDataPi(char* name) {
+  if (name == nullptr || (std::strcmp(name, "PI") != 0 && std::strcmp(name, "pi") != 0))
+    return nullptr;
+  auto* pi = new symtab;
+  pi->SetScalar(4.0 * std::atan(1.0));
+  return pi;
+}
+
+// Errors -------------------------------------------------------------------------
+
+void MathParser::Error(const char* msg) {
+  if (error_text_.empty() && msg != nullptr) error_text_ = msg;
+}
+
+void MathParser::SetErrorFunction(ErrorFunc f) {
+  if (f == err_fun) return;
+  if (current_parser != nullptr) current_parser->error_function_changed_ = 1;
+  err_fun = f;
+}
+
+void MathParser::SetErrorMessage(const char* msg) {
+  char* copy = newstrdup(msg);
+  delete[] error_message_;
+  error_message_ = copy;
+}
+
+// Message services -------------------------------------------------------------
+
+void MathParser::AddMessageService(void* key, MessageServiceBase* s) { message_services[key] = s; }
+
+MessageServiceBase* MathParser::RemoveMessageService(void* key) {
+  auto it = message_services.find(key);
+  if (it == message_services.end()) return nullptr;
+  MessageServiceBase* s = it->second;
+  message_services.erase(it);
+  return s;
+}
+
+MessageServiceBase* MathParser::GetActiveMessageService() {
+  if (app_func == nullptr) return nullptr;
+  void* key = app_func();
+  if (key == nullptr) return nullptr;
+  auto it = message_services.find(key);
+  return it == message_services.end() ? nullptr : it->second;
+}
+
+// High characters inside string literals are taken out as chr() calls, for
+// hosts whose text passes through a 7-bit channel.
+char* MathParser::_PreprocessForHiChar(const char* text) {
+  std::string out;
+  bool inside = false;
+  for (const char* p = text ? text : ""; *p; ++p) {
+    auto c = static_cast<unsigned char>(*p);
+    if (c == '"') {
+      inside = !inside;
+      out += '"';
+      continue;
+    }
+    if (inside && (c & 0x80)) {
+      out += "\"+chr(";
+      out += std::to_string(static_cast<int>(static_cast<signed char>(c)));
+      out += ')';
+      if (p[1] == '"') {
+        ++p;
+        inside = false;
+      } else {
+        out += "+\"";
+      }
+      continue;
+    }
+    out += static_cast<char>(c);
+  }
+  return newstrdup(out.c_str());
+}

@@ -1,0 +1,57 @@
+#include "parser/math/assignment_nodes.h"
+
+namespace MathParser_NS {
+
+const AssignSpec kAssignment{NodeClass::kAssignment, nullptr, "="};
+const AssignSpec kPlusEqual{NodeClass::kPlusEqual, &SymtabAdaptor::add, "+="};
+const AssignSpec kMinusEqual{NodeClass::kMinusEqual, &SymtabAdaptor::subtract, "-="};
+const AssignSpec kTimesEqual{NodeClass::kTimesEqual, &SymtabAdaptor::multiply, "*="};
+const AssignSpec kDivEqual{NodeClass::kDivEqual, &SymtabAdaptor::divide, "/="};
+
+const IncrementSpec kLeftPlusPlus{NodeClass::kUnaryLeftPlusPlus, true, false, "++"};
+const IncrementSpec kLeftMinusMinus{NodeClass::kUnaryLeftMinusMinus, false, false, "--"};
+const IncrementSpec kRightPlusPlus{NodeClass::kUnaryRightPlusPlus, true, true, "++"};
+const IncrementSpec kRightMinusMinus{NodeClass::kUnaryRightMinusMinus, false, true, "--"};
+
+void ConditionalNode::evaluate(symtab& result) {
+  first_->evaluate(result);
+  bool zero = adaptor_.isZero(result, position_);
+  adaptor_.releaseValue(result);
+  (zero ? third_ : second_)->evaluate(result);
+}
+
+NodePtr ConditionalNode::clone() const {
+  return std::make_unique<ConditionalNode>(adaptor_, position_, first_->clone(), second_->clone(),
+                                           third_->clone());
+}
+
+void ConditionalNode::print(std::string& out) const {
+  printOperand(*first_, kPrintConditional + 1, out);
+  out += " ? ";
+  printOperand(*second_, kPrintConditional + 1, out);
+  out += " : ";
+  printOperand(*third_, kPrintConditional, out);
+}
+
+void RangeNode::evaluate(symtab& result) {
+  symtab start, end, step;
+  first_->evaluate(start);
+  second_->evaluate(end);
+  third_->evaluate(step);
+  adaptor_.makeRange(start, end, step, result, position_);
+}
+
+NodePtr RangeNode::clone() const {
+  return std::make_unique<RangeNode>(adaptor_, position_, first_->clone(), second_->clone(),
+                                     third_->clone());
+}
+
+void RangeNode::print(std::string& out) const {
+  printOperand(*first_, kPrintConditional + 1, out);
+  out += ':';
+  printOperand(*second_, kPrintConditional + 1, out);
+  out += ':';
+  printOperand(*third_, kPrintConditional + 1, out);
+}
+
+}  // namespace MathParser_NS

@@ -1,0 +1,182 @@
+#include "parser/math/operator_nodes.h"
+
+#include "parser/math/value_nodes.h"
+
+namespace MathParser_NS {
+
+using ParserCore_NS::Error;
+
+const BinarySpec kAddition{NodeClass::kAddition, &SymtabAdaptor::add, "+", kPrintAddSub, false};
+const BinarySpec kSubtraction{NodeClass::kSubtraction, &SymtabAdaptor::subtract, "-",
+                              kPrintAddSub, false};
+const BinarySpec kMultiplication{NodeClass::kMultiplication, &SymtabAdaptor::multiply, "*",
+                                 kPrintMulDiv, false};
+const BinarySpec kDivision{NodeClass::kDivision, &SymtabAdaptor::divide, "/", kPrintMulDiv,
+                           false};
+const BinarySpec kModulus{NodeClass::kModulus, &SymtabAdaptor::modulus, "%", kPrintMulDiv, false};
+const BinarySpec kExponential{NodeClass::kExponential, &SymtabAdaptor::power, "^", kPrintPower,
+                              true};
+const BinarySpec kDot{NodeClass::kDot, &SymtabAdaptor::dot, " dot ", kPrintDotCross, false};
+const BinarySpec kCross{NodeClass::kCross, &SymtabAdaptor::cross, " cross ", kPrintDotCross,
+                        false};
+
+const CompareSpec kEqual{NodeClass::kEqual, quorvix::ops::kEqual, "==", kPrintEqual};
+const CompareSpec kNotEqual{NodeClass::kNotEqual, quorvix::ops::kLess | quorvix::ops::kGreater,
+                            "!=", kPrintEqual};
+const CompareSpec kLessThan{NodeClass::kLessThan, quorvix::ops::kLess, "<", kPrintCompare};
+const CompareSpec kGreaterThan{NodeClass::kGreaterThan, quorvix::ops::kGreater, ">",
+                               kPrintCompare};
+const CompareSpec kLessThanEqualTo{NodeClass::kLessThanEqualTo,
+                                   quorvix::ops::kLess | quorvix::ops::kEqual, "<=", kPrintCompare};
+const CompareSpec kGreaterThanEqualTo{NodeClass::kGreaterThanEqualTo,
+                                      quorvix::ops::kGreater | quorvix::ops::kEqual, ">=",
+                                      kPrintCompare};
+
+const UnarySpec kUnaryMinus{NodeClass::kUnaryMinus, &SymtabAdaptor::negate, "-", false};
+const UnarySpec kUnaryBang{NodeClass::kUnaryBang, &SymtabAdaptor::logicalNot, "!", false};
+const UnarySpec kUnaryRightTranspose{NodeClass::kUnaryRightTranspose, &SymtabAdaptor::transpose,
+                                     "'", true};
+
+template <bool IsAnd>
+void LogicalNode<IsAnd>::evaluate(symtab& result) {
+  left_->evaluate(result);
+  if (result.type == SYM_SCALAR) {
+    bool left_true = !adaptor_.isZero(result, position_);
+    if (IsAnd ? !left_true : left_true) {
+      result.SetScalar(IsAnd ? 0.0 : 1.0);
+      return;
+    }
+  }
+  symtab right;
+  right_->evaluate(right);
+  if (IsAnd)
+    adaptor_.logicalAnd(result, right, position_);
+  else
+    adaptor_.logicalOr(result, right, position_);
+}
+
+template class LogicalNode<true>;
+template class LogicalNode<false>;
+
+namespace {
+
+NodePtr Number(const Node& at, double v) {
+  return std::make_unique<DoubleValueNode>(at.adaptor(), at.position(), v);
+}
+
+template <typename N>
+NodePtr Make(const Node& at, NodePtr l, NodePtr r) {
+  return N::make(at.adaptor(), at.position(), std::move(l), std::move(r));
+}
+
+NodePtr Call(const Node& at, const char* name, NodePtr a, NodePtr b = nullptr) {
+  std::vector<NodePtr> args;
+  args.push_back(std::move(a));
+  if (b) args.push_back(std::move(b));
+  return std::make_unique<ParserUtilties_NS::SymbolicFunctionNode>(at.adaptor(), at.position(),
+                                                                   name, std::move(args));
+}
+
+// u*v' + v*u': the second product keeps v on the left, which matters for
+// matrix products.
+NodePtr ProductRule(const Node& at, const Node& u, const Node& v, const std::string& var) {
+  return Make<AdditionNode>(at, Make<MultiplicationNode>(at, u.clone(), v.derivative(var)),
+                            Make<MultiplicationNode>(at, v.clone(), u.derivative(var)));
+}
+
+}  // namespace
+
+NodePtr DeriveArithmetic(const BinarySpec& spec, const Node& self, const Node& u, const Node& v,
+                         const std::string& var) {
+  switch (spec.cls) {
+    case NodeClass::kAddition:
+      return Make<AdditionNode>(self, u.derivative(var), v.derivative(var));
+    case NodeClass::kSubtraction:
+      return Make<SubtractionNode>(self, u.derivative(var), v.derivative(var));
+    case NodeClass::kMultiplication:
+      return ProductRule(self, u, v, var);
+    case NodeClass::kDivision: {
+      // u / v = u * pow(v, -1)
+      NodePtr inverse = Call(self, "pow", v.clone(), Number(self, -1.0));
+      return ProductRule(self, u, *inverse, var);
+    }
+    case NodeClass::kExponential: {
+      // v*u^(v-1)*u' + u^v*log(u)*v'
+      NodePtr first = Make<MultiplicationNode>(
+          self,
+          Make<MultiplicationNode>(
+              self, v.clone(),
+              Make<ExponentialNode>(self, u.clone(),
+                                    Make<SubtractionNode>(self, v.clone(), Number(self, 1.0)))),
+          u.derivative(var));
+      NodePtr second = Make<MultiplicationNode>(
+          self,
+          Make<MultiplicationNode>(self, Make<ExponentialNode>(self, u.clone(), v.clone()),
+                                   Call(self, "log", u.clone())),
+          v.derivative(var));
+      return Make<AdditionNode>(self, std::move(first), std::move(second));
+    }
+    default:
+      throw Error("Illegal differentiation", self.position());
+  }
+}
+
+NodePtr DeriveUnary(const UnarySpec& spec, const Node& self, const Node& operand,
+                    const std::string& var) {
+  if (spec.cls != NodeClass::kUnaryMinus) throw Error("Illegal differentiation", self.position());
+  return std::make_unique<UnaryMinusNode>(self.adaptor(), self.position(),
+                                          operand.derivative(var));
+}
+
+namespace {
+
+bool IsNumber(const Node& n) { return n.classType() == NodeClass::kDoubleValue; }
+double NumberOf(const Node& n) { return static_cast<const DoubleValueNode&>(n).value(); }
+
+}  // namespace
+
+// Folds numeric constants and drops neutral elements (x+0, x*1, x^1) and
+// annihilators (x*0) so that derivatives read naturally.
+NodePtr SimplifyArithmetic(const BinarySpec& spec, Node& self, NodePtr& left, NodePtr& right) {
+  if (NodePtr s = left->simplify()) left = std::move(s);
+  if (NodePtr s = right->simplify()) right = std::move(s);
+  bool ln = IsNumber(*left), rn = IsNumber(*right);
+  if (ln && rn) {
+    double a = NumberOf(*left), b = NumberOf(*right);
+    switch (spec.cls) {
+      case NodeClass::kAddition: return Number(self, a + b);
+      case NodeClass::kSubtraction: return Number(self, a - b);
+      case NodeClass::kMultiplication: return Number(self, a * b);
+      case NodeClass::kDivision:
+        if (b != 0.0) return Number(self, a / b);
+        return nullptr;
+      default: return nullptr;
+    }
+  }
+  switch (spec.cls) {
+    case NodeClass::kAddition:
+      if (left->isZero() && ln) return std::move(right);
+      if (right->isZero() && rn) return std::move(left);
+      break;
+    case NodeClass::kSubtraction:
+      if (right->isZero() && rn) return std::move(left);
+      break;
+    case NodeClass::kMultiplication:
+      if ((left->isZero() && ln) || (right->isZero() && rn)) return Number(self, 0.0);
+      if (left->isOne()) return std::move(right);
+      if (right->isOne()) return std::move(left);
+      break;
+    case NodeClass::kDivision:
+      if (right->isOne()) return std::move(left);
+      break;
+    case NodeClass::kExponential:
+      if (right->isOne()) return std::move(left);
+      if (right->isZero() && rn) return Number(self, 1.0);
+      break;
+    default:
+      break;
+  }
+  return nullptr;
+}
+
+}  // namespace MathParser_NS

@@ -1,0 +1,226 @@
+// Operator nodes of the math grammar. Each binary arithmetic, comparison and
+// logical node is one instantiation of a shared template, so the evaluation
+// and printing code exists once.
+#ifndef QUORVIX_PARSER_MATH_OPERATOR_NODES_H
+#define QUORVIX_PARSER_MATH_OPERATOR_NODES_H
+
+#include <string>
+
+#include "parser/core/utilities.h"
+#include "expression/value_ops.h"
+
+namespace MathParser_NS {
+
+using ParserCore_NS::Node;
+using ParserCore_NS::NodeClass;
+using ParserCore_NS::NodePtr;
+using ParserCore_NS::SymtabAdaptor;
+using ParserUtilties_NS::BinaryOperatorNode;
+using ParserUtilties_NS::TrinaryOperatorNode;
+using ParserUtilties_NS::UnaryOperatorNode;
+
+// Print levels mirror the grammar's precedence levels (1 comma .. 13).
+enum PrintLevel : int {
+  kPrintComma = 1,
+  kPrintAssignment = 2,
+  kPrintConditional = 3,
+  kPrintOr = 4,
+  kPrintAnd = 5,
+  kPrintEqual = 6,
+  kPrintCompare = 7,
+  kPrintAddSub = 8,
+  kPrintDotCross = 9,
+  kPrintMulDiv = 10,
+  kPrintPower = 11,
+  kPrintUnary = 12,
+  kPrintIncrement = 13,
+};
+
+using AdaptorBinary = void (SymtabAdaptor::*)(symtab&, symtab&, int);
+
+struct BinarySpec {
+  NodeClass cls;
+  AdaptorBinary op;
+  const char* spelling;
+  int level;
+  bool right_grouping;
+};
+
+// Arithmetic: left into the result slot, right into a temporary, then the
+// in-place value operation.
+template <const BinarySpec& S>
+class ArithmeticNode : public BinaryOperatorNode {
+ public:
+  using BinaryOperatorNode::BinaryOperatorNode;
+  static NodePtr make(SymtabAdaptor& a, int pos, NodePtr l, NodePtr r) {
+    return std::make_unique<ArithmeticNode>(a, pos, std::move(l), std::move(r));
+  }
+  NodeClass classType() const override { return S.cls; }
+  void evaluate(symtab& result) override {
+    left_->evaluate(result);
+    symtab right;
+    right_->evaluate(right);
+    (adaptor_.*S.op)(result, right, position_);
+  }
+  NodePtr derivative(const std::string& variable) const override;
+  NodePtr clone() const override {
+    return std::make_unique<ArithmeticNode>(adaptor_, position_, left_->clone(), right_->clone());
+  }
+  NodePtr simplify() override;
+  int printLevel() const override { return S.level; }
+  void print(std::string& out) const override {
+    printOperand(*left_, S.right_grouping ? S.level + 1 : S.level, out);
+    out += S.spelling;
+    printOperand(*right_, S.right_grouping ? S.level : S.level + 1, out);
+  }
+};
+
+extern const BinarySpec kAddition, kSubtraction, kMultiplication, kDivision, kModulus,
+    kExponential, kDot, kCross;
+
+using AdditionNode = ArithmeticNode<kAddition>;
+using SubtractionNode = ArithmeticNode<kSubtraction>;
+using MultiplicationNode = ArithmeticNode<kMultiplication>;
+using DivisionNode = ArithmeticNode<kDivision>;
+using ModulusNode = ArithmeticNode<kModulus>;
+using ExponentialNode = ArithmeticNode<kExponential>;
+using DotNode = ArithmeticNode<kDot>;
+using CrossNode = ArithmeticNode<kCross>;
+
+struct CompareSpec {
+  NodeClass cls;
+  unsigned relation;
+  const char* spelling;
+  int level;
+};
+
+template <const CompareSpec& S>
+class ComparisonNode : public BinaryOperatorNode {
+ public:
+  using BinaryOperatorNode::BinaryOperatorNode;
+  static NodePtr make(SymtabAdaptor& a, int pos, NodePtr l, NodePtr r) {
+    return std::make_unique<ComparisonNode>(a, pos, std::move(l), std::move(r));
+  }
+  NodeClass classType() const override { return S.cls; }
+  void evaluate(symtab& result) override {
+    left_->evaluate(result);
+    symtab right;
+    right_->evaluate(right);
+    adaptor_.compare(result, right, S.relation, position_);
+  }
+  NodePtr derivative(const std::string&) const override {
+    throw ParserCore_NS::Error("Illegal differentiation", position_);
+  }
+  NodePtr clone() const override {
+    return std::make_unique<ComparisonNode>(adaptor_, position_, left_->clone(), right_->clone());
+  }
+  int printLevel() const override { return S.level; }
+  void print(std::string& out) const override {
+    printOperand(*left_, S.level, out);
+    out += S.spelling;
+    printOperand(*right_, S.level + 1, out);
+  }
+};
+
+extern const CompareSpec kEqual, kNotEqual, kLessThan, kGreaterThan, kLessThanEqualTo,
+    kGreaterThanEqualTo;
+
+using EqualNode = ComparisonNode<kEqual>;
+using NotEqualNode = ComparisonNode<kNotEqual>;
+using LessThanNode = ComparisonNode<kLessThan>;
+using GreaterThanNode = ComparisonNode<kGreaterThan>;
+using LessThanEqualToNode = ComparisonNode<kLessThanEqualTo>;
+using GreaterThanEqualToNode = ComparisonNode<kGreaterThanEqualTo>;
+
+// "&&" and "||": a scalar left operand decides alone when it can.
+template <bool IsAnd>
+class LogicalNode : public BinaryOperatorNode {
+ public:
+  using BinaryOperatorNode::BinaryOperatorNode;
+  static NodePtr make(SymtabAdaptor& a, int pos, NodePtr l, NodePtr r) {
+    return std::make_unique<LogicalNode>(a, pos, std::move(l), std::move(r));
+  }
+  NodeClass classType() const override {
+    return IsAnd ? NodeClass::kLogicalAnd : NodeClass::kLogicalOr;
+  }
+  void evaluate(symtab& result) override;
+  NodePtr derivative(const std::string&) const override {
+    throw ParserCore_NS::Error("Illegal differentiation", position_);
+  }
+  NodePtr clone() const override {
+    return std::make_unique<LogicalNode>(adaptor_, position_, left_->clone(), right_->clone());
+  }
+  int printLevel() const override { return IsAnd ? kPrintAnd : kPrintOr; }
+  void print(std::string& out) const override {
+    printOperand(*left_, printLevel(), out);
+    out += IsAnd ? "&&" : "||";
+    printOperand(*right_, printLevel() + 1, out);
+  }
+};
+
+using LogicalAndNode = LogicalNode<true>;
+using LogicalOrNode = LogicalNode<false>;
+
+using AdaptorUnary = void (SymtabAdaptor::*)(symtab&, int);
+
+struct UnarySpec {
+  NodeClass cls;
+  AdaptorUnary op;
+  const char* spelling;
+  bool postfix;
+};
+
+template <const UnarySpec& S>
+class SimpleUnaryNode : public UnaryOperatorNode {
+ public:
+  SimpleUnaryNode(SymtabAdaptor& a, int pos, NodePtr operand)
+      : UnaryOperatorNode(a, pos, std::move(operand)) {}
+  NodeClass classType() const override { return S.cls; }
+  void evaluate(symtab& result) override {
+    operand_->evaluate(result);
+    (adaptor_.*S.op)(result, position_);
+  }
+  NodePtr derivative(const std::string& variable) const override;
+  NodePtr clone() const override {
+    return std::make_unique<SimpleUnaryNode>(adaptor_, position_, operand_->clone());
+  }
+  int printLevel() const override { return S.postfix ? kPrintIncrement : kPrintUnary; }
+  void print(std::string& out) const override {
+    if (!S.postfix) out += S.spelling;
+    printOperand(*operand_, printLevel(), out);
+    if (S.postfix) out += S.spelling;
+  }
+};
+
+extern const UnarySpec kUnaryMinus, kUnaryBang, kUnaryRightTranspose;
+
+using UnaryMinusNode = SimpleUnaryNode<kUnaryMinus>;
+using UnaryBangNode = SimpleUnaryNode<kUnaryBang>;
+using UnaryRightTransposeNode = SimpleUnaryNode<kUnaryRightTranspose>;
+
+// Builds the derivative product rule and friends; shared by the templates.
+NodePtr DeriveArithmetic(const BinarySpec& spec, const Node& self, const Node& left,
+                         const Node& right, const std::string& variable);
+NodePtr SimplifyArithmetic(const BinarySpec& spec, Node& self, NodePtr& left, NodePtr& right);
+
+template <const BinarySpec& S>
+NodePtr ArithmeticNode<S>::derivative(const std::string& variable) const {
+  return DeriveArithmetic(S, *this, *left_, *right_, variable);
+}
+
+template <const BinarySpec& S>
+NodePtr ArithmeticNode<S>::simplify() {
+  return SimplifyArithmetic(S, *this, left_, right_);
+}
+
+NodePtr DeriveUnary(const UnarySpec& spec, const Node& self, const Node& operand,
+                    const std::string& variable);
+
+template <const UnarySpec& S>
+NodePtr SimpleUnaryNode<S>::derivative(const std::string& variable) const {
+  return DeriveUnary(S, *this, *operand_, variable);
+}
+
+}  // namespace MathParser_NS
+
+#endif

@@ -1,0 +1,92 @@
+#include "parser/math/parse_cache.h"
+
+#include <string>
+#include <unordered_map>
+
+#include "parser/core/error.h"
+#include "parser/math/quorvix_adaptor.h"
+#include "parser/math/standard_parser.h"
+#include "quorvix/math_parser.h"
+
+namespace quorvix {
+
+namespace {
+
+// One grammar and one adaptor for the whole process.
+struct Grammar {
+  MathParser_NS::QuorvixSymtabAdaptor adaptor;
+  MathParser_NS::StandardParser parser{adaptor};
+};
+
+Grammar& TheGrammar() {
+  static Grammar grammar;
+  return grammar;
+}
+
+struct TextHash {
+  using is_transparent = void;
+  std::size_t operator()(std::string_view s) const { return std::hash<std::string_view>{}(s); }
+};
+
+struct TextEqual {
+  using is_transparent = void;
+  bool operator()(std::string_view a, std::string_view b) const { return a == b; }
+};
+
+using TreeMap =
+    std::unordered_map<std::string, std::shared_ptr<ParsedTree>, TextHash, TextEqual>;
+
+// A bound on the number of cached texts; templates that generate endless
+// distinct texts must not grow memory without end.
+constexpr std::size_t kMaxCachedTexts = 20000;
+
+struct Cache {
+  TreeMap trees[2];  // by escape option
+  std::uint64_t registry_generation = 0;
+  bool enabled = true;
+};
+
+Cache& TheCache() {
+  static Cache cache;
+  return cache;
+}
+
+}  // namespace
+
+std::shared_ptr<ParsedTree> ParseExpressionUncached(std::string_view text) {
+  Grammar& g = TheGrammar();
+  std::vector<ParserCore_NS::Item> items = g.parser.scan(text);
+  ParserCore_NS::NodePtr root = g.parser.build(items);
+  if (!root) throw ParserCore_NS::Error("Syntax error", 0);
+  auto tree = std::make_shared<ParsedTree>();
+  tree->root = std::move(root);
+  return tree;
+}
+
+std::shared_ptr<ParsedTree> ParseExpression(std::string_view text, bool escapes) {
+  Cache& cache = TheCache();
+  if (!cache.enabled) return ParseExpressionUncached(text);
+  if (cache.registry_generation != MathParser::RegistryGeneration()) {
+    ClearParseCache();
+    cache.registry_generation = MathParser::RegistryGeneration();
+  }
+  TreeMap& map = cache.trees[escapes ? 1 : 0];
+  if (auto it = map.find(text); it != map.end()) return it->second;
+  std::shared_ptr<ParsedTree> tree = ParseExpressionUncached(text);
+  if (map.size() >= kMaxCachedTexts) map.clear();
+  map.emplace(std::string(text), tree);
+  return tree;
+}
+
+void ClearParseCache() {
+  Cache& cache = TheCache();
+  cache.trees[0].clear();
+  cache.trees[1].clear();
+}
+
+void EnableParseCache(bool on) {
+  TheCache().enabled = on;
+  if (!on) ClearParseCache();
+}
+
+}  // namespace quorvix

@@ -1,0 +1,181 @@
+#include "parser/math/value_nodes.h"
+
+#include <algorithm>
+#include <cstdio>
+
+namespace MathParser_NS {
+
+using ParserCore_NS::Error;
+
+NodePtr DoubleValueNode::derivative(const std::string&) const {
+  return std::make_unique<DoubleValueNode>(adaptor_, position_, 0.0);
+}
+
+NodePtr DoubleValueNode::clone() const {
+  return std::make_unique<DoubleValueNode>(adaptor_, position_, value_, text_);
+}
+
+void DoubleValueNode::print(std::string& out) const {
+  if (!text_.empty()) {
+    out += text_;
+    return;
+  }
+  char buf[32];
+  std::snprintf(buf, sizeof buf, "%g", value_);
+  out += buf;
+}
+
+NodePtr StringValueNode::clone() const {
+  return std::make_unique<StringValueNode>(adaptor_, position_, text_);
+}
+
+void StringValueNode::print(std::string& out) const {
+  out += '"';
+  for (char c : text_) {
+    if (c == '"' || c == '\\') out += '\\';
+    out += c;
+  }
+  out += '"';
+}
+
+NodePtr ReferenceNode::derivative(const std::string& variable) const {
+  double d = variable.empty() || variable == name_ ? 1.0 : 0.0;
+  return std::make_unique<DoubleValueNode>(adaptor_, position_, d);
+}
+
+void ReferenceNode::collectVariables(std::vector<std::string>& names) const {
+  if (std::find(names.begin(), names.end(), name_) == names.end()) names.push_back(name_);
+}
+
+NodePtr ReferenceNode::clone() const {
+  return std::make_unique<ReferenceNode>(adaptor_, position_, name_);
+}
+
+void ReferenceNode::assign(const symtab& value) {
+  std::vector<symtab> none;
+  adaptor_.assign(name_, none, value, position_);
+}
+
+std::vector<const SquareBracesNode*> SquareBracesNode::chain() const {
+  std::vector<const SquareBracesNode*> links;
+  const Node* n = this;
+  while (n->classType() == NodeClass::kSquareBraces) {
+    links.push_back(static_cast<const SquareBracesNode*>(n));
+    n = static_cast<const SquareBracesNode*>(n)->left_.get();
+  }
+  std::reverse(links.begin(), links.end());
+  return links;
+}
+
+void SquareBracesNode::evaluate(symtab& result) {
+  std::vector<const SquareBracesNode*> links = chain();
+  links.front()->left_->evaluate(result);
+  unsigned pending[2];
+  int count = 0;
+  int pending_pos = position_;
+  for (const SquareBracesNode* link : links) {
+    const Node& sub_node = *link->right_;
+    if (sub_node.classType() == NodeClass::kList) throw Error("Non-scalar subscript", link->position_);
+    symtab sub;
+    link->right_->evaluate(sub);
+    if (adaptor_.isScalar(sub)) {
+      if (count == 2) throw Error("Too many array subscripts", link->position_);
+      double d = adaptor_.toDouble(sub, link->position_);
+      // Cut toward zero; negatives wrap to huge indices and fail the range test.
+      pending[count++] = static_cast<unsigned>(static_cast<long long>(d));
+      pending_pos = link->position_;
+    } else if (sub.type == SYM_ARRAY) {
+      if (count) adaptor_.subscript(result, pending, count, pending_pos);
+      count = 0;
+      adaptor_.subrange(result, sub, link->position_);
+    } else {
+      throw Error("Non-scalar subscript", link->position_);
+    }
+  }
+  if (count) adaptor_.subscript(result, pending, count, pending_pos);
+}
+
+NodePtr SquareBracesNode::derivative(const std::string&) const {
+  throw Error("Illegal differentiation", position_);
+}
+
+NodePtr SquareBracesNode::clone() const {
+  return std::make_unique<SquareBracesNode>(adaptor_, position_, left_->clone(), right_->clone());
+}
+
+void SquareBracesNode::print(std::string& out) const {
+  printOperand(*left_, 100, out);
+  out += '[';
+  right_->print(out);
+  out += ']';
+}
+
+void SquareBracesNode::assign(const symtab& value) {
+  std::vector<const SquareBracesNode*> links = chain();
+  const Node& root = *links.front()->left_;
+  if (root.classType() != NodeClass::kReference) throw Error("Invalid assignment", position_);
+  std::vector<symtab> subs(links.size());
+  for (std::size_t i = 0; i < links.size(); ++i) {
+    if (links[i]->right_->classType() == NodeClass::kList)
+      throw Error("Non-scalar subscript", links[i]->position_);
+    links[i]->right_->evaluate(subs[i]);
+  }
+  adaptor_.assign(static_cast<const ReferenceNode&>(root).name(), subs, value, position_);
+}
+
+}  // namespace MathParser_NS
+
+namespace ParserUtilties_NS {
+
+void ArrayValueNode::evaluate(symtab& result) {
+  std::vector<symtab> values(elements_.size());
+  for (std::size_t i = 0; i < elements_.size(); ++i) elements_[i]->evaluate(values[i]);
+  adaptor_.makeArray(values, result, position_);
+}
+
+void ArrayValueNode::collectVariables(std::vector<std::string>& names) const {
+  for (const auto& e : elements_) e->collectVariables(names);
+}
+
+NodePtr ArrayValueNode::clone() const {
+  std::vector<NodePtr> copies;
+  for (const auto& e : elements_) copies.push_back(e->clone());
+  return std::make_unique<ArrayValueNode>(adaptor_, position_, std::move(copies));
+}
+
+void ArrayValueNode::print(std::string& out) const {
+  out += '{';
+  for (std::size_t i = 0; i < elements_.size(); ++i) {
+    if (i) out += ", ";
+    printOperand(*elements_[i], 2, out);
+  }
+  out += '}';
+}
+
+void SymbolicFunctionNode::evaluate(symtab& result) {
+  std::vector<symtab> values(args_.size());
+  for (std::size_t i = 0; i < args_.size(); ++i) args_[i]->evaluate(values[i]);
+  adaptor_.callFunction(name_, cache_, values, result, position_);
+}
+
+void SymbolicFunctionNode::collectVariables(std::vector<std::string>& names) const {
+  for (const auto& a : args_) a->collectVariables(names);
+}
+
+NodePtr SymbolicFunctionNode::clone() const {
+  std::vector<NodePtr> copies;
+  for (const auto& a : args_) copies.push_back(a->clone());
+  return std::make_unique<SymbolicFunctionNode>(adaptor_, position_, name_, std::move(copies));
+}
+
+void SymbolicFunctionNode::print(std::string& out) const {
+  out += name_;
+  out += '(';
+  for (std::size_t i = 0; i < args_.size(); ++i) {
+    if (i) out += ", ";
+    printOperand(*args_[i], 2, out);
+  }
+  out += ')';
+}
+
+}  // namespace ParserUtilties_NS

@@ -1,0 +1,130 @@
+// Leaf and access nodes of the math grammar: numbers, strings, array
+// literals, variable references, subscripts and function calls.
+#ifndef QUORVIX_PARSER_MATH_VALUE_NODES_H
+#define QUORVIX_PARSER_MATH_VALUE_NODES_H
+
+#include <string>
+#include <vector>
+
+#include "parser/core/utilities.h"
+
+namespace MathParser_NS {
+
+using ParserCore_NS::Node;
+using ParserCore_NS::NodeClass;
+using ParserCore_NS::NodePtr;
+using ParserCore_NS::SymtabAdaptor;
+
+class DoubleValueNode : public Node {
+ public:
+  DoubleValueNode(SymtabAdaptor& adaptor, int position, double value, std::string text = {})
+      : Node(adaptor, position), value_(value), text_(std::move(text)) {}
+  NodeClass classType() const override { return NodeClass::kDoubleValue; }
+  void evaluate(symtab& result) override { result.SetScalar(value_); }
+  NodePtr derivative(const std::string& variable) const override;
+  NodePtr clone() const override;
+  bool isZero() const override { return value_ == 0.0; }
+  bool isOne() const override { return value_ == 1.0; }
+  bool isConstant() const override { return true; }
+  void print(std::string& out) const override;
+  double value() const { return value_; }
+
+ private:
+  double value_;
+  std::string text_;  // the literal as written, for printing
+};
+
+class StringValueNode : public Node {
+ public:
+  StringValueNode(SymtabAdaptor& adaptor, int position, std::string text)
+      : Node(adaptor, position), text_(std::move(text)) {}
+  NodeClass classType() const override { return NodeClass::kStringValue; }
+  void evaluate(symtab& result) override { adaptor_.makeString(text_, result, position_); }
+  NodePtr clone() const override;
+  bool isZero() const override { return text_.empty(); }
+  bool isConstant() const override { return true; }
+  void print(std::string& out) const override;
+  const std::string& text() const { return text_; }
+
+ private:
+  std::string text_;
+};
+
+class ReferenceNode : public Node {
+ public:
+  ReferenceNode(SymtabAdaptor& adaptor, int position, std::string name)
+      : Node(adaptor, position), name_(std::move(name)) {}
+  NodeClass classType() const override { return NodeClass::kReference; }
+  void evaluate(symtab& result) override {
+    adaptor_.readVariable(name_, cache_, result, position_);
+  }
+  NodePtr derivative(const std::string& variable) const override;
+  void collectVariables(std::vector<std::string>& names) const override;
+  NodePtr clone() const override;
+  bool isReference() const override { return true; }
+  void print(std::string& out) const override { out += name_; }
+  void assign(const symtab& value) override;
+  const std::string& name() const { return name_; }
+
+ private:
+  std::string name_;
+  ParserCore_NS::VariableCache cache_;
+};
+
+class SquareBracesNode : public ParserUtilties_NS::BinaryOperatorNode {
+ public:
+  SquareBracesNode(SymtabAdaptor& adaptor, int position, NodePtr base, NodePtr subscript)
+      : BinaryOperatorNode(adaptor, position, std::move(base), std::move(subscript)) {}
+  NodeClass classType() const override { return NodeClass::kSquareBraces; }
+  void evaluate(symtab& result) override;
+  NodePtr derivative(const std::string& variable) const override;
+  NodePtr clone() const override;
+  bool isReference() const override { return true; }
+  void print(std::string& out) const override;
+  void assign(const symtab& value) override;
+
+ private:
+  // The chain m[i][j]... from the innermost base outwards.
+  std::vector<const SquareBracesNode*> chain() const;
+};
+
+}  // namespace MathParser_NS
+
+namespace ParserUtilties_NS {
+
+class ArrayValueNode : public Node {
+ public:
+  ArrayValueNode(SymtabAdaptor& adaptor, int position, std::vector<NodePtr> elements)
+      : Node(adaptor, position), elements_(std::move(elements)) {}
+  NodeClass classType() const override { return NodeClass::kArrayValue; }
+  void evaluate(symtab& result) override;
+  void collectVariables(std::vector<std::string>& names) const override;
+  NodePtr clone() const override;
+  void print(std::string& out) const override;
+
+ private:
+  std::vector<NodePtr> elements_;
+};
+
+class SymbolicFunctionNode : public Node {
+ public:
+  SymbolicFunctionNode(SymtabAdaptor& adaptor, int position, std::string name,
+                       std::vector<NodePtr> args)
+      : Node(adaptor, position), name_(std::move(name)), args_(std::move(args)) {}
+  NodeClass classType() const override { return NodeClass::kFunction; }
+  void evaluate(symtab& result) override;
+  void collectVariables(std::vector<std::string>& names) const override;
+  NodePtr clone() const override;
+  void print(std::string& out) const override;
+  const std::string& name() const { return name_; }
+  std::vector<NodePtr>& args() { return args_; }
+
+ private:
+  std::string name_;
+  std::vector<NodePtr> args_;
+  ParserCore_NS::FunctionCache cache_;
+};
+
+}  // namespace ParserUtilties_NS
+
+#endif

@@ -1,0 +1,23 @@
+// Subcommands of the quorvix program. Each takes the arguments after its
+// name and returns the exit status.
+#ifndef QUORVIX_TOOLS_COMMANDS_H
+#define QUORVIX_TOOLS_COMMANDS_H
+
+#include <string>
+#include <vector>
+
+namespace quorvix::cli {
+
+using Args = std::vector<std::string>;
+
+int RunEval(const Args& args);
+int RunFunctions(const Args& args);
+
+// Exit statuses shared by the subcommands.
+inline constexpr int kExitOk = 0;
+inline constexpr int kExitFailed = 1;
+inline constexpr int kExitUsage = 2;
+
+}  // namespace quorvix::cli
+
+#endif

@@ -1,0 +1,54 @@
+// quorvix: fill templates and evaluate expressions from the command line.
+#include <cstdio>
+#include <cstring>
+#include <string>
+
+#include "commands.h"
+
+namespace {
+
+using quorvix::cli::Args;
+
+constexpr const char* kUsage =
+    "usage: quorvix <command> [arguments]\n"
+    "\n"
+    "commands:\n"
+    "  eval [-D NAME=EXPR]... EXPR...   evaluate each EXPR in order and print its value\n"
+    "  functions                        list the registered functions with their argument word\n"
+    "\n"
+    "options:\n"
+    "  --help      show this text\n"
+    "  --version   show the version\n";
+
+struct Command {
+  const char* name;
+  int (*run)(const Args&);
+};
+
+constexpr Command kCommands[] = {
+    {"eval", quorvix::cli::RunEval},
+    {"functions", quorvix::cli::RunFunctions},
+};
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  if (argc < 2) {
+    std::fputs(kUsage, stderr);
+    return quorvix::cli::kExitUsage;
+  }
+  std::string first = argv[1];
+  if (first == "--help" || first == "-h") {
+    std::fputs(kUsage, stdout);
+    return quorvix::cli::kExitOk;
+  }
+  if (first == "--version") {
+    std::printf("quorvix %s\n", QUORVIX_VERSION_TEXT);
+    return quorvix::cli::kExitOk;
+  }
+  for (const Command& c : kCommands) {
+    if (first == c.name) return c.run(Args(argv + 2, argv + argc));
+  }
+  std::fprintf(stderr, "quorvix: unknown command '%s'\n%s", first.c_str(), kUsage);
+  return quorvix::cli::kExitUsage;
+}
