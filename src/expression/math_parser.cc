@@ -44,7 +44,10 @@ class CurrentParserScope {
   MathParser* saved_;
 };
 
-void Report(const char* message) {
+// The message goes to the error function and stays with the parser, where
+// the template engine reads it for its report.
+void Report(MathParser* parser, const char* message) {
+  parser->SetErrorMessage(message);
   if (MathParser::err_fun != nullptr) MathParser::err_fun(message);
 }
 
@@ -120,13 +123,14 @@ symtab* MathParser::Evaluate(char* text) {
   } catch (const ParserCore_NS::Error& e) {
     // Positions count from the start of the text as given.
     error_position_ = static_cast<int>(p - expression_text_) + (e.position() < 0 ? 0 : e.position());
-    Report(e.message().c_str());
+    Report(this, e.message().c_str());
   } catch (int) {
     // An integer thrown inside ends the evaluation silently.
+    SetErrorMessage("");
   } catch (const std::bad_alloc&) {
-    Report("Out of memory");
+    Report(this, "Out of memory");
   } catch (...) {
-    Report("Internal error");
+    Report(this, "Internal error");
   }
   last_result_ = result;
   return result;
@@ -153,12 +157,12 @@ symtab* MathParser::Evaluate(MathParserExpression* expr) {
     result = EvaluateTree(expr->tree());
   } catch (const ParserCore_NS::Error& e) {
     error_position_ = e.position() < 0 ? 0 : e.position();
-    Report(e.message().c_str());
+    Report(this, e.message().c_str());
   } catch (int) {
   } catch (const std::bad_alloc&) {
-    Report("Out of memory");
+    Report(this, "Out of memory");
   } catch (...) {
-    Report("Internal error");
+    Report(this, "Internal error");
   }
   last_result_ = result;
   return result;

@@ -11,6 +11,7 @@ namespace quorvix::cli {
 using Args = std::vector<std::string>;
 
 int RunEval(const Args& args);
+int RunFill(const Args& args);
 int RunFunctions(const Args& args);
 
 // Exit statuses shared by the subcommands.

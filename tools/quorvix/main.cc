@@ -13,6 +13,12 @@ constexpr const char* kUsage =
     "usage: quorvix <command> [arguments]\n"
     "\n"
     "commands:\n"
+    "  fill [options] [FILE...]         fill each template FILE (standard input when none or -)\n"
+    "      -o, --output FILE      write the output to FILE\n"
+    "      -I, --include DIR      append DIR to the include path (repeatable)\n"
+    "      -D, --define NAME=EXPR set NAME to the value of EXPR before the fill (repeatable)\n"
+    "      --lf                   write LF line ends instead of CR LF\n"
+    "      --safe-quotes          start with safe quotes on\n"
     "  eval [-D NAME=EXPR]... EXPR...   evaluate each EXPR in order and print its value\n"
     "  functions                        list the registered functions with their argument word\n"
     "\n"
@@ -26,6 +32,7 @@ struct Command {
 };
 
 constexpr Command kCommands[] = {
+    {"fill", quorvix::cli::RunFill},
     {"eval", quorvix::cli::RunEval},
     {"functions", quorvix::cli::RunFunctions},
 };

@@ -69,8 +69,9 @@ class SymtabAdaptor {
   virtual bool functionExists(const char* name) = 0;
   virtual funtab* functionIndex(const char* name) = 0;
   virtual void setEmpty(symtab& v) = 0;
-  virtual void callFunction(const std::string& name, FunctionCache& cache,
-                            std::vector<symtab>& args, symtab& out, int pos) = 0;
+  // Calls a function with `count` evaluated arguments, which it consumes.
+  virtual void callFunction(const std::string& name, FunctionCache& cache, symtab* args,
+                            int count, symtab& out, int pos) = 0;
   virtual void readVariable(const std::string& name, VariableCache& cache, symtab& out,
                             int pos) = 0;
   // Stores value into the variable, or into the element named by the

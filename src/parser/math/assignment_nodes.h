@@ -14,8 +14,9 @@ struct AssignSpec {
   const char* spelling;
 };
 
-// The left operand must be a variable or a subscripted variable; the value
-// of the whole expression is the value stored.
+// The left operand must be a variable or a subscripted variable. An
+// assignment yields the empty string, so that a template statement that only
+// assigns writes nothing.
 template <const AssignSpec& S>
 class AssignNode : public BinaryOperatorNode {
  public:
@@ -35,6 +36,7 @@ class AssignNode : public BinaryOperatorNode {
       (adaptor_.*S.op)(result, right, position_);
     }
     left_->assign(result);
+    adaptor_.makeString("", result, position_);
   }
   NodePtr derivative(const std::string&) const override {
     throw ParserCore_NS::Error("Illegal differentiation", position_);

@@ -389,8 +389,8 @@ funtab* QuorvixSymtabAdaptor::functionIndex(const char* name) { return MathParse
 void QuorvixSymtabAdaptor::setEmpty(symtab& v) { releaseValue(v); }
 
 void QuorvixSymtabAdaptor::callFunction(const std::string& name,
-                                        ParserCore_NS::FunctionCache& cache,
-                                        std::vector<symtab>& args, symtab& out, int pos) {
+                                        ParserCore_NS::FunctionCache& cache, symtab* args,
+                                        int count, symtab& out, int pos) {
   if (cache.generation != MathParser::RegistryGeneration()) {
     cache.entry = MathParser::FunLook(name.c_str());
     cache.generation = MathParser::RegistryGeneration();
@@ -398,11 +398,32 @@ void QuorvixSymtabAdaptor::callFunction(const std::string& name,
   funtab* entry = cache.entry;
   if (entry == nullptr) Fail("Unknown function", pos);
 
-  const int n = static_cast<int>(args.size());
-  sym_list list(n);
-  for (int i = 0; i < n; ++i) list.args[i] = new symtab(std::move(args[i]));
+  // The argument list lives on the stack for the usual short calls; whatever
+  // the handler leaves in it is freed here, on every way out.
+  constexpr int kInline = 6;
+  symtab* inline_slots[kInline];
+  std::vector<symtab*> heap_slots;
+  symtab** slots = inline_slots;
+  if (count > kInline) {
+    heap_slots.resize(static_cast<std::size_t>(count));
+    slots = heap_slots.data();
+  }
+  struct SlotGuard {
+    sym_list list;
+    ~SlotGuard() {
+      for (int i = 0; i < list.count; ++i)
+        if (list.args[i] != nullptr) list.args[i]->Delete();
+      list.args = nullptr;
+      list.count = 0;
+    }
+  } guard;
+  guard.list.args = slots;
+  for (int i = 0; i < count; ++i) {
+    slots[i] = new symtab(std::move(args[i]));
+    guard.list.count = i + 1;
+  }
 
-  symtab* result = quorvix::CallEntry(entry, &list, pos);
+  symtab* result = quorvix::CallEntry(entry, &guard.list, pos);
   if (MathParser::ErrorPending()) {
     if (result) result->Delete();
     RaisePending(pos);

@@ -45,8 +45,8 @@ class QuorvixSymtabAdaptor : public ParserCore_NS::SymtabAdaptor {
   bool functionExists(const char* name) override;
   funtab* functionIndex(const char* name) override;
   void setEmpty(symtab& v) override;
-  void callFunction(const std::string& name, ParserCore_NS::FunctionCache& cache,
-                    std::vector<symtab>& args, symtab& out, int pos) override;
+  void callFunction(const std::string& name, ParserCore_NS::FunctionCache& cache, symtab* args,
+                    int count, symtab& out, int pos) override;
   void readVariable(const std::string& name, ParserCore_NS::VariableCache& cache, symtab& out,
                     int pos) override;
   void assign(const std::string& name, std::vector<symtab>& subscripts, const symtab& value,

@@ -153,9 +153,17 @@ void ArrayValueNode::print(std::string& out) const {
 }
 
 void SymbolicFunctionNode::evaluate(symtab& result) {
-  std::vector<symtab> values(args_.size());
-  for (std::size_t i = 0; i < args_.size(); ++i) args_[i]->evaluate(values[i]);
-  adaptor_.callFunction(name_, cache_, values, result, position_);
+  const std::size_t n = args_.size();
+  constexpr std::size_t kInline = 4;
+  if (n <= kInline) {
+    symtab values[kInline];
+    for (std::size_t i = 0; i < n; ++i) args_[i]->evaluate(values[i]);
+    adaptor_.callFunction(name_, cache_, values, static_cast<int>(n), result, position_);
+    return;
+  }
+  std::vector<symtab> values(n);
+  for (std::size_t i = 0; i < n; ++i) args_[i]->evaluate(values[i]);
+  adaptor_.callFunction(name_, cache_, values.data(), static_cast<int>(n), result, position_);
 }
 
 void SymbolicFunctionNode::collectVariables(std::vector<std::string>& names) const {

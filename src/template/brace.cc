@@ -1,0 +1,471 @@
+// Brace groups: statement dispatch, the expression statement, the services
+// that read expressions, and the error reports.
+#include <cctype>
+#include <cstring>
+#include <string>
+
+#include "quorvix/filler.h"
+#include "template/engine_types.h"
+#include "template/statement_table.h"
+#include "template/value_format.h"
+#include "util/output_stream.h"
+
+namespace {
+
+char kEmptyText[1] = {'\0'};
+
+bool IsWordChar(char c) {
+  return std::isalnum(static_cast<unsigned char>(c)) || c == '_';
+}
+
+}  // namespace
+
+void FillerBase::SkipBlanks() {
+  while (*read_pos_ != '\0' && std::isspace(static_cast<unsigned char>(*read_pos_))) ++read_pos_;
+}
+
+bool FillerBase::Expect(char c) {
+  SkipBlanks();
+  if (*read_pos_ != c) return false;
+  ++read_pos_;
+  return true;
+}
+
+int FillerBase::SyntaxError(const char* message) {
+  error();
+  error_stream_->puts(message);
+  error_stream_->endl();
+  recover();
+  return 1;
+}
+
+int FillerBase::fill_brace() {
+  if (!line_has_output_) line_has_statement_ = 1;
+  SkipBlanks();
+  while (*read_pos_ != '\0' && *read_pos_ != '}') {
+    SkipBlanks();
+    const char* before = read_pos_;
+    const char lower = static_cast<char>(std::tolower(static_cast<unsigned char>(*read_pos_)));
+    if (lower == '\'') {
+      // A comment runs to the '}' or the line end; after a '{' inside it,
+      // only the line end ends it.
+      bool opened = false;
+      while (*read_pos_ != '\0' && *read_pos_ != '\n' && (opened || *read_pos_ != '}')) {
+        if (*read_pos_ == '{') opened = true;
+        ++read_pos_;
+      }
+    } else {
+      quorvix::StatementTable::Handler handler = &FillerBase::fill_brace_expr;
+      for (const auto& row : quorvix::StatementTable::ForLetter(lower)) {
+        if (quorvix::MatchKeyword(read_pos_, row.keyword)) {
+          handler = row.handler;
+          break;
+        }
+      }
+      if ((this->*handler)()) return 1;
+      if (leave_group_) {
+        leave_group_ = false;
+        return 0;
+      }
+    }
+    SkipBlanks();
+    if (*read_pos_ == ';') {
+      ++read_pos_;
+    } else if (read_pos_ == before && *read_pos_ != '\0' && *read_pos_ != '}') {
+      // Nothing was consumed (a stray character in switched-off text):
+      // step over it so that the group always makes progress.
+      ++read_pos_;
+    }
+  }
+  if (*read_pos_ == '}') ++read_pos_;
+  resume_brace_ = 0;
+  return 0;
+}
+
+int FillerBase::fill_brace_expr() {
+  if (!macros_.empty()) {
+    const char* p = read_pos_;
+    while (IsWordChar(*p)) ++p;
+    if (p != read_pos_ && *p == '(') {
+      std::string key(read_pos_, static_cast<std::size_t>(p - read_pos_));
+      key += '(';
+      auto it = macros_.find(key);
+      if (it != macros_.end() && it->second != nullptr) {
+        char* pos = const_cast<char*>(p);
+        int status = 0;
+        char* expanded = ExpandMacro(*it->second, &pos, &status);
+        if (expanded == nullptr) return status;
+        read_pos_ = pos;
+        SkipBlanks();
+        if (*read_pos_ != '}') {
+          delete[] expanded;
+          return SyntaxError("'}' expected after macro call");
+        }
+        if (IsFalse()) {
+          delete[] expanded;
+          return 0;
+        }
+        ++read_pos_;
+        return SetBuffer(expanded, 1) ? 0 : 1;
+      }
+    }
+  }
+  char* text = expr_to_string();
+  if (text == nullptr) return 1;
+  if (IsFalse() == 0 && text[0] != '\0') WriteText(text, std::strlen(text));
+  delete[] text;
+  return 0;
+}
+
+// Reads ", format [, style]" if present. Returns 1 after a reported error.
+int FillerBase::ReadFormat(std::string& format, char& letter, int& style, bool set_defaults) {
+  char* save = read_pos_;
+  SkipBlanks();
+  if (*read_pos_ == ',') {
+    ++read_pos_;
+  } else if (!set_defaults && !in_format_statement_) {
+    read_pos_ = save;
+    return 0;
+  }
+  SkipBlanks();
+  const char* p = read_pos_;
+  auto run = [&p]() {
+    while (std::isdigit(static_cast<unsigned char>(*p)) || *p == '+' || *p == '-') ++p;
+  };
+  if (*p == '%') {
+    ++p;
+    while (*p == ' ') ++p;
+    run();
+    if (*p == '.') ++p;
+    run();
+    if (*p == 'l') ++p;
+    if (!std::isalpha(static_cast<unsigned char>(*p))) {
+      read_pos_ = const_cast<char*>(p);
+      error();
+      error_stream_->puts("illegal format specifier '");
+      error_stream_->put(*p);
+      error_stream_->puts("'");
+      error_stream_->endl();
+      recover();
+      return 1;
+    }
+    char l = *p == 'S' ? 's' : *p == 'C' ? 'c' : *p;
+    std::string text(read_pos_, static_cast<std::size_t>(p - read_pos_));
+    text += l;
+    ++p;
+    letter = l;
+    if (set_defaults) {
+      if (l == 's')
+        string_format_ = text;
+      else
+        number_format_ = text;
+      format_letter_ = static_cast<char>(std::tolower(static_cast<unsigned char>(l)));
+    } else {
+      format = text;
+      if (l == 's') style = 1;
+    }
+    read_pos_ = const_cast<char*>(p);
+  } else if (std::isalpha(static_cast<unsigned char>(*p))) {
+    // A style keyword where the format belongs sets the style alone.
+    for (const auto& [word, value] : {std::pair{"list", 1}, {"array", 2}, {"matrix", 3}}) {
+      if (in_format_statement_ && quorvix::MatchKeyword(p, word)) {
+        if (set_defaults) format_style_ = value;
+        read_pos_ = const_cast<char*>(p + std::strlen(word));
+        return 0;
+      }
+    }
+    char l = static_cast<char>(std::tolower(static_cast<unsigned char>(*p)));
+    ++p;
+    const char* wstart = p;
+    if (*p == '+' || *p == '-') ++p;
+    while (std::isdigit(static_cast<unsigned char>(*p))) ++p;
+    bool has_width = p != wstart && std::isdigit(static_cast<unsigned char>(p[-1]));
+    int width = has_width ? -std::atoi(wstart) : 0;
+    bool has_prec = false;
+    int prec = 0;
+    if (*p == '.') {
+      ++p;
+      const char* pstart = p;
+      while (std::isdigit(static_cast<unsigned char>(*p))) ++p;
+      has_prec = p != pstart;
+      prec = has_prec ? std::atoi(pstart) : 0;
+    }
+    auto floating = [&](char conv) {
+      char buf[64];
+      if (has_width && has_prec)
+        std::snprintf(buf, sizeof buf, "%%%d.%d%c", width, prec, conv);
+      else if (has_width)
+        std::snprintf(buf, sizeof buf, "%%%d%c", width, conv);
+      else if (has_prec)
+        std::snprintf(buf, sizeof buf, "%%0.%d%c", prec, conv);
+      else
+        std::snprintf(buf, sizeof buf, "%%%c", conv);
+      return std::string(buf);
+    };
+    auto integral = [&](char conv, char plain) {
+      char buf[64];
+      if (has_width)
+        std::snprintf(buf, sizeof buf, "%%%d%c", width, conv);
+      else
+        std::snprintf(buf, sizeof buf, "%%%c", plain);
+      return std::string(buf);
+    };
+    std::string text;
+    char new_letter = l;
+    bool is_string = false;
+    bool ok = true;
+    if (in_format_statement_) {
+      switch (l) {
+        case 'a': text = integral('s', 's'); new_letter = 's'; is_string = true; break;
+        case 'd': case 'f': text = floating('f'); new_letter = 'f'; break;
+        case 'e': case 'g': text = floating(l); break;
+        default: ok = false;
+      }
+    } else {
+      switch (l) {
+        case 'e': case 'f': case 'g': text = floating(l); break;
+        case 'd': case 'i': text = integral('d', 'd'); break;
+        case 'o': text = integral('o', 'd'); break;
+        case 'x': text = integral('x', 'd'); break;
+        case 'a': text = integral('s', 's'); new_letter = 's'; is_string = true; break;
+        default: ok = false;
+      }
+    }
+    if (!ok) {
+      read_pos_ = const_cast<char*>(p - 1);
+      error();
+      error_stream_->puts("illegal format specifier '");
+      error_stream_->put(l);
+      error_stream_->puts("'");
+      error_stream_->endl();
+      recover();
+      return 1;
+    }
+    read_pos_ = const_cast<char*>(p);
+    if (set_defaults) {
+      if (is_string)
+        string_format_ = text;
+      else
+        number_format_ = text;
+      format_letter_ = new_letter;
+    } else {
+      format = text;
+      letter = new_letter;
+      if (is_string) style = 1;
+    }
+  } else {
+    read_pos_ = const_cast<char*>(p);
+    error();
+    error_stream_->puts("illegal format specifier '");
+    if (*p) error_stream_->put(*p);
+    error_stream_->puts("'");
+    error_stream_->endl();
+    recover();
+    return 1;
+  }
+
+  save = read_pos_;
+  SkipBlanks();
+  if (*read_pos_ != ',') {
+    read_pos_ = save;
+    return 0;
+  }
+  ++read_pos_;
+  SkipBlanks();
+  for (const auto& [word, value] : {std::pair{"list", 1}, {"array", 2}, {"matrix", 3}}) {
+    if (quorvix::MatchKeyword(read_pos_, word)) {
+      if (set_defaults)
+        format_style_ = value;
+      else
+        style = value;
+      read_pos_ += std::strlen(word);
+      return 0;
+    }
+  }
+  error();
+  error_stream_->puts("illegal format specifier");
+  error_stream_->endl();
+  recover();
+  return 1;
+}
+
+char* FillerBase::expr_to_string() {
+  char* expr = balance(&read_pos_);
+  symtab* value = nullptr;
+  if (IsFalse() == 0) {
+    value = parser_->Evaluate(expr);
+    if (value == nullptr) {
+      delete[] expr;
+      expression_error(parser_);
+      return nullptr;
+    }
+  }
+  delete[] expr;
+
+  std::string format;
+  char letter = format_letter_;
+  int style = format_style_;
+  bool is_string = value != nullptr && value->type == SYM_STRINGS;
+  if (value != nullptr && value->type != SYM_SCALAR && value->type != SYM_ARRAY && !is_string) {
+    error_stream_->puts("Undefined value type");
+    error_stream_->endl();
+    value->Delete();
+    return nullptr;
+  }
+  format = is_string ? string_format_ : number_format_;
+  if (is_string) letter = 's';
+  if (ReadFormat(format, letter, style, false)) {
+    if (value) value->Delete();
+    return nullptr;
+  }
+  if (value == nullptr) return new char[1]{'\0'};
+
+  std::string text;
+  if (is_string && letter != 's') {
+    error_stream_->puts("unsuported format type");
+    error_stream_->endl();
+    recover();
+    value->Delete();
+    return nullptr;
+  }
+  quorvix::ValueFormat vf;
+  vf.letter = letter;
+  vf.style = static_cast<quorvix::FormatStyle>(style);
+  if (is_string)
+    vf.string_format = format;
+  else
+    vf.number_format = format;
+  bool ok = quorvix::FormatValue(*value, vf, text);
+  value->Delete();
+  if (!ok) {
+    error();
+    error_stream_->puts("illegal format specifier '");
+    error_stream_->put(letter);
+    error_stream_->puts("'");
+    error_stream_->endl();
+    return nullptr;
+  }
+  char* out = new char[text.size() + 1];
+  std::memcpy(out, text.c_str(), text.size() + 1);
+  return out;
+}
+
+int FillerBase::st_format() {
+  read_pos_ += std::strlen("format");
+  std::string unused;
+  char letter = format_letter_;
+  int style = format_style_;
+  // The comma after the keyword is optional here.
+  in_format_statement_ = true;
+  int r = ReadFormat(unused, letter, style, IsFalse() == 0);
+  in_format_statement_ = false;
+  return r;
+}
+
+char* FillerBase::balance(char** pos) {
+  const char* p = *pos;
+  const char* start = p;
+  int depth = 0;
+  while (*p != '\0') {
+    char c = *p;
+    if (c == '"') {
+      ++p;
+      while (*p != '\0' && *p != '"') {
+        if (*p == '\\' && p[1] != '\0') ++p;
+        ++p;
+      }
+      if (*p == '"') ++p;
+      continue;
+    }
+    if (depth == 0 && (c == ';' || c == '}' || c == ',' || c == ')')) break;
+    if (c == '(' || c == '[' || c == '{') ++depth;
+    if ((c == ')' || c == ']' || c == '}') && depth > 0) --depth;
+    ++p;
+  }
+  std::size_t n = static_cast<std::size_t>(p - start);
+  char* out = new char[n + 1];
+  std::memcpy(out, start, n);
+  out[n] = '\0';
+  *pos = const_cast<char*>(p);
+  return out;
+}
+
+symtab* FillerBase::evaluate(bool* syntax_failed) {
+  if (syntax_failed != nullptr) *syntax_failed = false;
+  MathParser::ClearError();
+  parser_->SetErrorMessage(nullptr);
+  SkipBlanks();
+  char* text = nullptr;
+  if (*read_pos_ == '(') {
+    ++read_pos_;
+    text = balance(&read_pos_);
+    if (*read_pos_ != ')') {
+      delete[] text;
+      SyntaxError("')' expected following expression");
+      if (syntax_failed != nullptr) *syntax_failed = true;
+      return nullptr;
+    }
+    ++read_pos_;
+  } else {
+    // Up to the first unnested terminator, never beyond the line end.
+    char* line_end = std::strchr(read_pos_, '\n');
+    char saved = 0;
+    if (line_end != nullptr) {
+      saved = *line_end;
+      *line_end = '\0';
+    }
+    text = balance(&read_pos_);
+    if (line_end != nullptr) *line_end = saved;
+  }
+  symtab* value = IsFalse() == 0 ? parser_->Evaluate(text) : nullptr;
+  delete[] text;
+  return value;
+}
+
+void FillerBase::error() {
+  if (!source_name_.empty()) {
+    error_stream_->puts("in file:  ");
+    error_stream_->puts(source_name_.c_str());
+    error_stream_->endl();
+  }
+  const char* start = buffer_start_ ? buffer_start_ : read_pos_;
+  const char* pos = read_pos_ ? read_pos_ : start;
+  const char* line = pos;
+  while (line > start && line[-1] != '\n') --line;
+  const char* end = pos;
+  while (*end != '\0' && *end != '\n') ++end;
+  const char* shown_end = end;
+  if (shown_end > line && shown_end[-1] == '\r') --shown_end;
+  error_stream_->write(line, static_cast<std::size_t>(shown_end - line));
+  error_stream_->endl();
+  for (const char* p = line; p < pos; ++p) error_stream_->put(' ');
+  error_stream_->put('^');
+  error_stream_->endl();
+  WriteDeferredSpaces();
+  current_output_->puts("{error}");
+  error_flag_ = 1;
+}
+
+void FillerBase::expression_error(MathParser* parser) {
+  WriteDeferredSpaces();
+  if (!error_flag_) {
+    const char* message = parser->ErrorMessage();
+    if (message != nullptr && message[0] != '\0') {
+      error_stream_->puts(message);
+      error_stream_->puts(" in expression:");
+    } else {
+      error_stream_->puts("syntax error in expression:");
+    }
+    error_stream_->endl();
+    const char* text = parser->ExpressionText();
+    error_stream_->puts(text ? text : "");
+    error_stream_->endl();
+  }
+  error_flag_ = 1;
+  read_pos_ = kEmptyText;
+}
+
+void FillerBase::recover() {
+  while (*read_pos_ != '\0' && *read_pos_ != ';' && *read_pos_ != '\n') ++read_pos_;
+  if (*read_pos_ == ';') ++read_pos_;
+}

@@ -1,0 +1,344 @@
+// Conditions, loops, break/continue, exit, return and inline functions.
+#include <cctype>
+#include <cmath>
+#include <cstring>
+#include <string>
+
+#include "quorvix/filler.h"
+#include "quorvix/user_function.h"
+#include "template/engine_types.h"
+#include "util/output_stream.h"
+
+namespace {
+
+char kEmptyText[1] = {'\0'};
+
+bool IsWordChar(char c) {
+  return std::isalnum(static_cast<unsigned char>(c)) || c == '_';
+}
+
+// The first test of a loop truncates to an integer, so 0.5 does not enter.
+int FirstLoopIncrement(const symtab* v) {
+  if (v == nullptr || v->type != SYM_SCALAR) return 1;
+  return std::trunc(v->value) == 0.0 ? 1 : 0;
+}
+
+void Free(symtab* v) {
+  if (v != nullptr) v->Delete();
+}
+
+}  // namespace
+
+int FillerBase::ConditionHolds(const symtab* v) const {
+  // NaN compares unequal to 0 and therefore holds.
+  return v != nullptr && v->type == SYM_SCALAR && !(v->value == 0.0);
+}
+
+// Reads a condition with evaluate(); returns 1 when the fill must stop.
+int FillerBase::ReadCondition(symtab*& value) {
+  bool syntax_failed = false;
+  value = evaluate(&syntax_failed);
+  if (syntax_failed) return 1;
+  if (value == nullptr && IsFalse() == 0) {
+    expression_error(parser_);
+    return 1;
+  }
+  return 0;
+}
+
+bool FillerBase::OpenConditionLevel() {
+  if (condition_depth_ + 1 >= kConditionStackSize) {
+    SyntaxError(quorvix::kConditionDepthMessage);
+    return false;
+  }
+  ++condition_depth_;
+  return true;
+}
+
+int FillerBase::st_if() {
+  read_pos_ += 2;
+  const bool on = IsFalse() == 0;
+  symtab* v = nullptr;
+  if (ReadCondition(v)) return 1;
+  if (!OpenConditionLevel()) {
+    Free(v);
+    return 1;
+  }
+  condition_stack_[condition_depth_] = 0;
+  if (!(on && ConditionHolds(v))) ++false_depth_;
+  line_has_statement_ = 1;
+  Free(v);
+  return 0;
+}
+
+int FillerBase::st_elseif() {
+  read_pos_ += 6;
+  if (condition_depth_ == 0) return SyntaxError("unbalanced elseif");
+  int& taken = condition_stack_[condition_depth_];
+  if (IsFalse() == 0) {
+    ++false_depth_;
+    if (!max_compatibility_) taken = 1;
+    symtab* v = nullptr;
+    if (ReadCondition(v)) return 1;  // switched off now: parsed only
+    Free(v);
+  } else if (IsFalse() == 1 && taken == 0) {
+    false_depth_ = 0;
+    symtab* v = nullptr;
+    int stop = ReadCondition(v);
+    false_depth_ = 1;
+    if (stop) return 1;
+    if (ConditionHolds(v)) {
+      false_depth_ = 0;
+      if (!max_compatibility_) taken = 1;
+    }
+    Free(v);
+  } else {
+    symtab* v = nullptr;
+    if (ReadCondition(v)) return 1;
+    Free(v);
+  }
+  line_has_statement_ = !max_compatibility_;
+  return 0;
+}
+
+int FillerBase::st_else() {
+  read_pos_ += 4;
+  int& taken = condition_stack_[condition_depth_];
+  if (IsFalse() == 0) {
+    if (!max_compatibility_) taken = 1;
+    ++false_depth_;
+  } else if (IsFalse() == 1 && taken == 0) {
+    if (!max_compatibility_) taken = 1;
+    --false_depth_;
+  }
+  line_has_statement_ = !max_compatibility_;
+  return 0;
+}
+
+int FillerBase::st_endif() {
+  read_pos_ += 5;
+  if (condition_depth_ == 0) return SyntaxError("unbalanced endif");
+  if (IsFalse() != 0) --false_depth_;
+  --condition_depth_;
+  line_has_statement_ = !max_compatibility_;
+  return 0;
+}
+
+// Opens the loop frame on the text right after the loop head.
+bool FillerBase::OpenLoop(int false_increment) {
+  if (!SetBuffer(read_pos_, 0)) return false;
+  false_depth_ += false_increment;
+  source_top_->is_loop = 1;
+  return true;
+}
+
+int FillerBase::st_while() {
+  read_pos_ += 5;
+  MathParser::ClearError();
+  const bool on = IsFalse() == 0;
+  if (!Expect('(')) return SyntaxError("'(' expected in WHILE statement");
+  char* condition_start = read_pos_;
+  char* text = balance(&read_pos_);
+  symtab* v = on ? parser_->Evaluate(text) : nullptr;
+  delete[] text;
+  if (on && v == nullptr) {
+    expression_error(parser_);
+    return 1;
+  }
+  const int increment = FirstLoopIncrement(v);
+  Free(v);
+  if (!Expect(')')) return SyntaxError("')' expected in WHILE statement");
+  if (!OpenLoop(increment)) return 1;
+  source_top_->loop_condition = on ? condition_start : nullptr;
+  resume_brace_ = 1;
+  return 0;
+}
+
+int FillerBase::st_for() {
+  read_pos_ += 3;
+  MathParser::ClearError();
+  const bool on = IsFalse() == 0;
+  if (!Expect('(')) return SyntaxError("'(' expected in FOR statement");
+  char* text = balance(&read_pos_);
+  symtab* v = on ? parser_->Evaluate(text) : nullptr;
+  delete[] text;
+  if (on && v == nullptr) {
+    expression_error(parser_);
+    return 1;
+  }
+  Free(v);
+  if (!Expect(';')) return SyntaxError("';' expected in FOR statement");
+  char* condition_start = read_pos_;
+  text = balance(&read_pos_);
+  v = on ? parser_->Evaluate(text) : nullptr;
+  delete[] text;
+  if (on && v == nullptr) {
+    expression_error(parser_);
+    return 1;
+  }
+  const int increment = FirstLoopIncrement(v);
+  Free(v);
+  if (!Expect(';')) return SyntaxError("';' expected in FOR statement");
+  char* step_start = read_pos_;
+  delete[] balance(&read_pos_);
+  if (!Expect(')')) return SyntaxError("')' expected in FOR statement");
+  if (!OpenLoop(increment)) return 1;
+  if (on) {
+    source_top_->loop_condition = condition_start;
+    source_top_->loop_step = step_start;
+  }
+  resume_brace_ = 1;
+  return 0;
+}
+
+int FillerBase::st_foreach() {
+  read_pos_ += 7;
+  const bool on = IsFalse() == 0;
+  if (!Expect('(')) return SyntaxError("'(' expected in FOREACH statement");
+  SkipBlanks();
+  if (!std::isalpha(static_cast<unsigned char>(*read_pos_)))
+    return SyntaxError("illegal variable name in FOREACH statement");
+  const char* name_start = read_pos_;
+  while (IsWordChar(*read_pos_)) ++read_pos_;
+  std::string name(name_start, static_cast<std::size_t>(read_pos_ - name_start));
+  if (!Expect('=')) return SyntaxError("'=' expected in FOREACH statement");
+  char* text = balance(&read_pos_);
+  symtab* array = on ? parser_->Evaluate(text) : nullptr;
+  delete[] text;
+  if (on && array == nullptr) {
+    expression_error(parser_);
+    return 1;
+  }
+  int count = 0;
+  std::string assignment;
+  if (array != nullptr) {
+    if (array->type == SYM_ARRAY) {
+      count = array->rows * array->cols;
+      if (count > 0) {
+        // The first element goes through the stream's number conversion;
+        // later passes take the elements exactly.
+        ostrstream_fast number;
+        number.write_double(array->data[0]);
+        assignment = name + " = " + number.text();
+      }
+    } else if (array->type == SYM_STRINGS) {
+      count = array->num_strings;
+      if (count > 0) assignment = name + " = \"" + array->str_list[0] + "\"";
+    } else {
+      Free(array);
+      return SyntaxError("array expected in FOREACH statement");
+    }
+  }
+  if (!Expect(')')) {
+    Free(array);
+    return SyntaxError("')' expected in FOREACH statement");
+  }
+  // An empty array runs no pass.
+  if (!OpenLoop(on && count == 0 ? 1 : 0)) {
+    Free(array);
+    return 1;
+  }
+  quorvix::SourceFrame& frame = *source_top_;
+  frame.loop_array = array;
+  frame.loop_count = on ? count : 0;
+  frame.loop_index = 0;
+  frame.loop_variable = name;
+  if (on && !assignment.empty()) {
+    pending_assignment_ = new char[assignment.size() + 1];
+    std::memcpy(pending_assignment_, assignment.c_str(), assignment.size() + 1);
+    Free(parser_->Evaluate(pending_assignment_));
+    delete[] pending_assignment_;
+    pending_assignment_ = nullptr;
+  }
+  return 0;
+}
+
+int FillerBase::st_endloop() {
+  read_pos_ += 7;
+  if (Pop(1, parser_) == 0) return 0;
+  // An "endloop" outside its loop's own text abandoned that text; if reading
+  // went back to plain text, the brace group being read is over.
+  if (source_top_ != nullptr && !resume_brace_) leave_group_ = true;
+  return error_flag_;
+}
+
+int FillerBase::st_break() {
+  read_pos_ += 5;
+  if (IsFalse() == 0) break_pending_ = true;
+  return 0;
+}
+
+int FillerBase::st_continue() {
+  read_pos_ += 8;
+  if (IsFalse() == 0) continue_pending_ = true;
+  return 0;
+}
+
+int FillerBase::st_exit() {
+  read_pos_ += 4;
+  if (IsFalse() == 0) read_pos_ = kEmptyText;
+  return error_flag_;
+}
+
+int FillerBase::st_return() {
+  read_pos_ += 6;
+  while (*read_pos_ == ' ' || *read_pos_ == '\t') ++read_pos_;
+  if (*read_pos_ == ';' || *read_pos_ == '}' || *read_pos_ == '\0') {
+    Free(return_code_);
+    return_code_ = new symtab;
+    return_code_->SetString("");
+  } else {
+    char* text = balance(&read_pos_);
+    if (IsFalse() == 0) {
+      Free(return_code_);
+      return_code_ = parser_->Evaluate(text);
+    }
+    delete[] text;
+  }
+  if (IsFalse() != 0) return 0;
+  // Every open source, loops included, closes and the fill ends.
+  read_pos_ = kEmptyText;
+  while (source_top_ != nullptr) PopPlain();
+  NoSourceLeft();
+  return error_flag_;
+}
+
+int FillerBase::st_function() {
+  if (!InlineFunctionsAllowed()) return fill_brace_expr();
+  char* definition = read_pos_;
+  read_pos_ += 8;
+  SkipBlanks();
+  if (!std::isalpha(static_cast<unsigned char>(*read_pos_)))
+    return SyntaxError("bad function name in FUNCTION statement");
+  while (IsWordChar(*read_pos_)) ++read_pos_;
+  if (!Expect('(')) return SyntaxError("'(' expected in FUNCTION statement");
+  delete[] balance(&read_pos_);
+  if (*read_pos_ == ')') ++read_pos_;
+  SkipBlanks();
+  if (*read_pos_ != '{') return SyntaxError("'{' expected in FUNCTION statement");
+  // The body runs to its matching brace; strings may hold braces.
+  int depth = 0;
+  do {
+    char c = *read_pos_;
+    if (c == '"') {
+      ++read_pos_;
+      while (*read_pos_ != '\0' && *read_pos_ != '"') {
+        if (*read_pos_ == '\\' && read_pos_[1] != '\0') ++read_pos_;
+        ++read_pos_;
+      }
+      if (*read_pos_ == '"') ++read_pos_;
+      continue;
+    }
+    if (c == '{') ++depth;
+    if (c == '}') --depth;
+    ++read_pos_;
+  } while (depth > 0 && *read_pos_ != '\0');
+  if (depth > 0) return SyntaxError("'}' expected in FUNCTION statement");
+  if (IsFalse() == 0) {
+    std::string text(definition, static_cast<std::size_t>(read_pos_ - definition));
+    UserFunction f;
+    f.FunctionText(text.c_str());
+    UserFunction::Register(&f, 0);
+  }
+  return 0;
+}

@@ -1,0 +1,58 @@
+// Records the template engine keeps on its stacks: the saved state of a text
+// source (with a loop's control data) and a macro definition.
+#ifndef QUORVIX_TEMPLATE_ENGINE_TYPES_H
+#define QUORVIX_TEMPLATE_ENGINE_TYPES_H
+
+#include <string>
+#include <vector>
+
+#include "quorvix/symtab.h"
+
+namespace quorvix {
+
+struct SourceFrame {
+  char* saved_read_pos = nullptr;  // for a loop: the body start
+  SourceFrame* next = nullptr;
+  char* saved_buffer_start = nullptr;
+  char* loop_condition = nullptr;  // points into the body's text
+  char* loop_step = nullptr;
+  symtab* loop_array = nullptr;  // owned
+  std::string saved_source_name;
+  std::string loop_variable;
+  int is_loop = 0;
+  int loop_index = 0;
+  int loop_count = 0;
+  int saved_false_depth = 0;
+  int saved_condition_depth = 0;
+  int saved_condition_entry = 0;
+  int saved_buffer_owned = 0;
+  int saved_resume_brace = 0;
+  bool saved_break_pending = false;
+  bool saved_continue_pending = false;
+
+  ~SourceFrame() {
+    if (loop_array != nullptr) loop_array->Delete();
+  }
+};
+
+struct MacroParameter {
+  std::string name;
+  std::string argument;  // text of the current call
+};
+
+struct Macro {
+  std::vector<MacroParameter> parameters;
+  std::string body;  // protected form
+};
+
+// Limits that end a fill with a message instead of exhausting memory or the
+// stack.
+inline constexpr int kMaxSourceDepth = 1000;
+inline constexpr int kMaxFillDepth = 64;
+inline constexpr const char* kSourceDepthMessage = "sources nested too deeply (limit 1000)";
+inline constexpr const char* kFillDepthMessage = "fills nested too deeply (limit 64)";
+inline constexpr const char* kConditionDepthMessage = "conditions nested too deeply (limit 1024)";
+
+}  // namespace quorvix
+
+#endif

@@ -1,0 +1,335 @@
+// The fill loop: copies plain text with the blank and line-end rules, hands
+// brace groups to the statement dispatcher, and keeps the stack of sources
+// (included files, macro expansions, loop bodies).
+#include <sys/stat.h>
+
+#include <array>
+#include <cctype>
+#include <cstdio>
+#include <cstring>
+
+#include "quorvix/filler.h"
+#include "template/engine_types.h"
+#include "util/output_stream.h"
+
+namespace {
+
+// Characters that end a run of plain text: everything else is copied as it
+// stands, in one write per run.
+struct StopTable {
+  std::array<bool, 256> plain{};     // execution on, safe quotes off
+  std::array<bool, 256> quoted{};    // execution on, safe quotes on
+  std::array<bool, 256> skipped{};   // execution off, safe quotes off
+  std::array<bool, 256> skipped_q{}; // execution off, safe quotes on
+  StopTable() {
+    for (unsigned char c : {'\0', '\n', '\r', ' ', '{'}) plain[c] = quoted[c] = true;
+    quoted['"'] = true;
+    for (unsigned char c : {'\0', '\n', '{'}) skipped[c] = skipped_q[c] = true;
+    skipped_q['"'] = true;
+  }
+};
+
+const StopTable kStops;
+
+char kEmptyText[1] = {'\0'};
+
+}  // namespace
+
+void FillerBase::WriteDeferredSpaces() {
+  if (deferred_spaces_ > 0) {
+    for (int i = 0; i < deferred_spaces_; ++i) current_output_->put(' ');
+    deferred_spaces_ = 0;
+    line_has_output_ = 1;
+  }
+}
+
+void FillerBase::WriteText(const char* text, std::size_t n) {
+  WriteDeferredSpaces();
+  current_output_->write(text, n);
+  line_has_output_ = 1;
+}
+
+int FillerBase::fill_buffer() {
+  line_has_statement_ = line_has_output_ = 0;
+  condition_depth_ = false_depth_ = 0;
+  break_pending_ = continue_pending_ = false;
+  number_format_ = "%g";
+  string_format_ = "%s";
+  auto_fill_report_ = 0;
+  error_flag_ = 0;
+  format_style_ = 1;
+  format_letter_ = 'g';
+  attach_note_idx_ = attach_note_on_ = -1;
+
+  while (true) {
+    while (read_pos_ != nullptr && *read_pos_ != '\0') {
+      if (resume_brace_) {
+        resume_brace_ = 0;
+        if (fill_brace()) return 1;
+        continue;
+      }
+      const char c = *read_pos_;
+      const bool off = IsFalse() != 0;
+      if (c == '\n') {
+        if (!off && (!line_has_statement_ || line_has_output_))
+          current_output_->endl();
+        else
+          current_output_->flush();
+        ++read_pos_;
+        line_has_statement_ = line_has_output_ = deferred_spaces_ = 0;
+        continue;
+      }
+      if (c == '"' && safe_quotes_) {
+        // A quoted passage is copied as it stands, braces and line feeds
+        // included; a backslash takes the next character with it.
+        const char* start = read_pos_;
+        const char* p = read_pos_ + 1;
+        while (*p != '\0' && *p != '"') {
+          if (*p == '\\' && p[1] != '\0') ++p;
+          ++p;
+        }
+        if (*p == '"') ++p;
+        if (!off) WriteText(start, static_cast<std::size_t>(p - start));
+        read_pos_ = const_cast<char*>(p);
+        continue;
+      }
+      if (c == '{') {
+        ++read_pos_;
+        if (fill_brace()) return 1;
+        continue;
+      }
+      if (off) {
+        const auto& stops = safe_quotes_ ? kStops.skipped_q : kStops.skipped;
+        ++read_pos_;
+        while (!stops[static_cast<unsigned char>(*read_pos_)]) ++read_pos_;
+        continue;
+      }
+      if (c == '\r') {
+        ++read_pos_;
+        continue;
+      }
+      if (c == ' ') {
+        while (*read_pos_ == ' ') {
+          ++deferred_spaces_;
+          ++read_pos_;
+        }
+        continue;
+      }
+      const auto& stops = safe_quotes_ ? kStops.quoted : kStops.plain;
+      const char* start = read_pos_;
+      ++read_pos_;
+      while (!stops[static_cast<unsigned char>(*read_pos_)]) ++read_pos_;
+      WriteText(start, static_cast<std::size_t>(read_pos_ - start));
+    }
+    if (Pop(0, parser_)) return error_flag_;
+    current_output_->flush();
+    // The construct that opened the nested source counts as a statement on
+    // the outer line.
+    if (line_has_statement_ && line_has_output_) {
+      line_has_output_ = 0;
+    } else if (!line_has_statement_) {
+      line_has_statement_ = 1;
+    }
+  }
+}
+
+bool FillerBase::PushFrame(quorvix::SourceFrame*& out) {
+  if (source_depth_ >= quorvix::kMaxSourceDepth) {
+    error();
+    error_stream_->puts(quorvix::kSourceDepthMessage);
+    error_stream_->endl();
+    return false;
+  }
+  auto* f = new quorvix::SourceFrame;
+  f->saved_read_pos = read_pos_;
+  f->saved_buffer_start = buffer_start_;
+  f->saved_condition_depth = condition_depth_;
+  f->saved_condition_entry = condition_stack_[condition_depth_];
+  f->saved_false_depth = false_depth_;
+  f->saved_resume_brace = resume_brace_;
+  f->saved_break_pending = break_pending_;
+  f->saved_continue_pending = continue_pending_;
+  f->saved_buffer_owned = buffer_owned_;
+  f->saved_source_name = source_name_;
+  out = f;
+  return true;
+}
+
+void FillerBase::LinkFrame(quorvix::SourceFrame* f) {
+  f->next = source_top_;
+  source_top_ = f;
+  ++source_depth_;
+}
+
+bool FillerBase::SetBuffer(char* text, int owned) {
+  quorvix::SourceFrame* f = nullptr;
+  if (!PushFrame(f)) {
+    if (owned) delete[] text;
+    return false;
+  }
+  LinkFrame(f);
+  read_pos_ = text;
+  buffer_start_ = text;
+  resume_brace_ = 0;
+  buffer_owned_ = owned;
+  return true;
+}
+
+bool FillerBase::Push(const char* filename) {
+  quorvix::SourceFrame* f = nullptr;
+  if (!PushFrame(f)) return false;
+  if (!source_name_.empty() && source_name_ == filename && buffer_start_ != nullptr) {
+    // The file being read includes itself: read its buffer again from the top.
+    read_pos_ = buffer_start_ + 1;
+    buffer_owned_ = 0;
+  } else {
+    struct stat st {};
+    std::FILE* file = nullptr;
+    if (::stat(filename, &st) != 0 || S_ISDIR(st.st_mode) ||
+        (file = std::fopen(filename, "rb")) == nullptr) {
+      error_stream_->puts("file not found:  ");
+      error_stream_->puts(filename);
+      error_stream_->endl();
+      delete f;
+      return true;
+    }
+    std::size_t size = static_cast<std::size_t>(st.st_size);
+    char* buffer = new (std::nothrow) char[size + 2];
+    if (buffer == nullptr) {
+      std::fclose(file);
+      error_stream_->puts("unable to allocate file buffer:  ");
+      error_stream_->puts(filename);
+      error_stream_->endl();
+      delete f;
+      return true;
+    }
+    buffer[0] = '}';
+    std::size_t got = std::fread(buffer + 1, 1, size, file);
+    std::fclose(file);
+    buffer[1 + got] = '\0';
+    buffer_start_ = buffer;
+    buffer_owned_ = 1;
+    read_pos_ = buffer + 1;
+  }
+  source_name_ = filename;
+  LinkFrame(f);
+  return true;
+}
+
+void FillerBase::RestoreFlags(const quorvix::SourceFrame& f) {
+  false_depth_ = f.saved_false_depth;
+  condition_depth_ = f.saved_condition_depth;
+  condition_stack_[condition_depth_] = f.saved_condition_entry;
+  resume_brace_ = f.saved_resume_brace;
+  break_pending_ = f.saved_break_pending;
+  continue_pending_ = f.saved_continue_pending;
+}
+
+int FillerBase::NoSourceLeft() {
+  false_depth_ = condition_depth_ = 0;
+  condition_stack_[0] = 0;
+  resume_brace_ = 0;
+  read_pos_ = kEmptyText;
+  return 1;
+}
+
+int FillerBase::PopPlain() {
+  quorvix::SourceFrame* f = source_top_;
+  if (f == nullptr) return NoSourceLeft();
+  if (buffer_owned_) delete[] buffer_start_;
+  read_pos_ = f->saved_read_pos ? f->saved_read_pos : kEmptyText;
+  buffer_start_ = f->saved_buffer_start;
+  buffer_owned_ = f->saved_buffer_owned;
+  source_name_ = f->saved_source_name;
+  source_top_ = f->next;
+  --source_depth_;
+  delete f;
+  return 0;
+}
+
+int FillerBase::Pop(int at_loop_end, MathParser* parser) {
+  quorvix::SourceFrame* f = source_top_;
+  if (at_loop_end && f != nullptr && !f->is_loop) {
+    RestoreFlags(*f);
+    PopPlain();
+    if (source_top_ == nullptr) NoSourceLeft();
+    return 1;
+  }
+  if (f == nullptr) return NoSourceLeft();
+
+  const bool was_break = break_pending_;
+  RestoreFlags(*f);
+  if (f->is_loop) {
+    if (!at_loop_end) {
+      error_stream_->puts("improperly terminated loop");
+      error_stream_->endl();
+      Pop(1, parser);
+      if (source_top_ != nullptr) RestoreFlags(*source_top_);
+      return PopPlain();
+    }
+    if (f->loop_array != nullptr) {
+      const int index = f->loop_index++;
+      if (index < f->loop_count - 1 && !was_break) {
+        auto* v = new symtab;
+        v->SetName(f->loop_variable.c_str());
+        if (f->loop_array->type == SYM_ARRAY)
+          v->SetScalar(f->loop_array->data[f->loop_index]);
+        else
+          v->SetString(f->loop_array->str_list[f->loop_index]);
+        if (IsFalse() == 0) {
+          parser->AddVariable(v);
+          v->Delete();
+          read_pos_ = f->saved_read_pos;
+          return 0;
+        }
+        v->Delete();
+      }
+    } else if (f->loop_condition != nullptr) {
+      MathParser::ClearError();
+      if (f->loop_step != nullptr) {
+        char* pos = f->loop_step;
+        char* step = balance(&pos);
+        symtab* v = IsFalse() == 0 ? parser->Evaluate(step) : nullptr;
+        delete[] step;
+        if (v == nullptr && parser->ErrorMessage() != nullptr && IsFalse() == 0) {
+          expression_error(parser);
+          return 1;
+        }
+        if (v != nullptr) v->Delete();
+      }
+      char* pos = f->loop_condition;
+      char* condition = balance(&pos);
+      symtab* v = IsFalse() == 0 ? parser->Evaluate(condition) : nullptr;
+      delete[] condition;
+      if (v == nullptr && parser->ErrorMessage() != nullptr && IsFalse() == 0) {
+        expression_error(parser);
+        return 1;
+      }
+      if (v != nullptr) {
+        // The kind is not checked: the scalar field decides, NaN repeats.
+        const bool again = !(v->value == 0.0) && !was_break;
+        v->Delete();
+        if (again) {
+          read_pos_ = f->saved_read_pos;
+          return 0;
+        }
+      }
+    }
+    // The loop is over; reading goes on after its "endloop".
+    buffer_owned_ = f->saved_buffer_owned;
+    buffer_start_ = f->saved_buffer_start;
+    source_top_ = f->next;
+    --source_depth_;
+    delete f;
+    return 0;
+  }
+  return PopPlain();
+}
+
+ostream_fast* FillerBase::p_PopStream() {
+  if (current_output_ == base_output_ || output_stack_.empty()) return current_output_;
+  delete current_output_;
+  current_output_ = output_stack_.back();
+  output_stack_.pop_back();
+  return current_output_;
+}

@@ -1,0 +1,118 @@
+#include "template/macro_text.h"
+
+#include <cctype>
+
+namespace quorvix {
+
+namespace {
+
+constexpr char kEscape = '\x01';
+constexpr const char* kHex = "0123456789abcdef";
+
+int HexValue(char c) {
+  if (c >= '0' && c <= '9') return c - '0';
+  if (c >= 'a' && c <= 'f') return c - 'a' + 10;
+  return -1;
+}
+
+bool IsWordChar(unsigned char c) { return std::isalnum(c) || c == '_'; }
+
+}  // namespace
+
+std::string str8to7(const std::string& text) {
+  std::string out;
+  out.reserve(text.size());
+  for (unsigned char c : text) {
+    if (c >= 0x80 || c == static_cast<unsigned char>(kEscape)) {
+      out += kEscape;
+      out += kHex[c >> 4];
+      out += kHex[c & 15];
+    } else {
+      out += static_cast<char>(c);
+    }
+  }
+  return out;
+}
+
+std::string str7to8(const std::string& text) {
+  std::string out;
+  out.reserve(text.size());
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    if (text[i] == kEscape && i + 2 < text.size() + 0 && HexValue(text[i + 1]) >= 0 &&
+        HexValue(text[i + 2]) >= 0) {
+      out += static_cast<char>(HexValue(text[i + 1]) * 16 + HexValue(text[i + 2]));
+      i += 2;
+    } else {
+      out += text[i];
+    }
+  }
+  return out;
+}
+
+std::string prevent_brace(const std::string& text) {
+  std::string out = str8to7(text);
+  int depth = 0;
+  bool in_string = false;
+  for (std::size_t i = 0; i < out.size(); ++i) {
+    char& c = out[i];
+    if (depth == 0) {
+      if (c == '{') {
+        ++depth;
+        continue;
+      }
+      c = static_cast<char>(static_cast<unsigned char>(c) | 0x80);
+      continue;
+    }
+    if (in_string) {
+      if (c == '\\' && i + 1 < out.size()) {
+        ++i;  // the escaped character stays as it is
+        continue;
+      }
+      if (c == '"') {
+        in_string = false;
+        continue;
+      }
+      c = static_cast<char>(static_cast<unsigned char>(c) | 0x80);
+      continue;
+    }
+    if (c == '"') {
+      in_string = true;
+    } else if (c == '{') {
+      ++depth;
+    } else if (c == '}') {
+      --depth;
+    }
+  }
+  return out;
+}
+
+std::string restore_brace(const std::string& text) {
+  std::string out = text;
+  for (char& c : out) c = static_cast<char>(static_cast<unsigned char>(c) & 0x7f);
+  return str7to8(out);
+}
+
+std::string SubstituteParameters(const Macro& macro) {
+  std::string body = macro.body;
+  for (const MacroParameter& param : macro.parameters) {
+    if (param.name.empty()) continue;
+    // Arguments join the protected text in 7-bit form.
+    const std::string argument = str8to7(param.argument);
+    std::size_t pos = 0;
+    while ((pos = body.find(param.name, pos)) != std::string::npos) {
+      const std::size_t end = pos + param.name.size();
+      const bool before_ok =
+          pos == 0 || !(IsWordChar(static_cast<unsigned char>(body[pos - 1])) || body[pos - 1] == '.');
+      const bool after_ok = end >= body.size() || !IsWordChar(static_cast<unsigned char>(body[end]));
+      if (before_ok && after_ok) {
+        body.replace(pos, param.name.size(), argument);
+        pos += argument.size();
+      } else {
+        pos = end;
+      }
+    }
+  }
+  return body;
+}
+
+}  // namespace quorvix

@@ -1,0 +1,368 @@
+// Macros ("define", calls, "undef", the host operations), conditional
+// definition tests, and inclusion of files ("include", "readfill", "path").
+#include <unistd.h>
+
+#include <cctype>
+#include <cstdio>
+#include <cstring>
+#include <string>
+
+#include "quorvix/filler.h"
+#include "template/engine_types.h"
+#include "template/macro_text.h"
+#include "util/output_stream.h"
+
+namespace {
+
+bool IsWordChar(char c) {
+  return std::isalnum(static_cast<unsigned char>(c)) || c == '_';
+}
+
+bool IsAlpha(char c) { return std::isalpha(static_cast<unsigned char>(c)) != 0; }
+
+char* Copy(const std::string& s) {
+  char* out = new char[s.size() + 1];
+  std::memcpy(out, s.c_str(), s.size() + 1);
+  return out;
+}
+
+bool Readable(const std::string& path) {
+  std::FILE* f = std::fopen(path.c_str(), "rb");
+  if (f == nullptr) return false;
+  std::fclose(f);
+  return true;
+}
+
+// Looks a file up: first against the working directory, then along the
+// include path. Empty when it is nowhere.
+std::string FindInclude(const std::string& name) {
+  if (name.compare(0, 2, "\\:") != 0) {
+    std::string absolute = name;
+    if (name.empty() || name[0] != '/') {
+      char cwd[4096];
+      if (::getcwd(cwd, sizeof cwd) != nullptr) absolute = std::string(cwd) + "/" + name;
+    }
+    if (Readable(absolute)) return absolute;
+  }
+  std::string stripped = name;
+  if (!name.empty() && (name[0] == '.' || (name.size() > 1 && (name[1] == '/' || name[1] == '\\'))))
+    stripped = name.size() > 2 ? name.substr(2) : std::string();
+  for (const std::string& dir : FillerBase::IncludePath()) {
+    std::string candidate = dir + "/" + stripped;
+    if (Readable(candidate)) return candidate;
+  }
+  return {};
+}
+
+}  // namespace
+
+// Parses "(params)" of a definition at *pos (just after the '('). Writes its
+// messages plainly; returns false on a syntax failure.
+static bool ParseParameters(char** pos, quorvix::Macro& macro, std::string& message) {
+  char* p = *pos;
+  while (true) {
+    while (*p == ' ' || *p == '\t') ++p;
+    if (*p == ')') break;
+    if (!IsAlpha(*p)) {
+      message = "illegal paramter name in macro definition";
+      *pos = p;
+      return false;
+    }
+    const char* start = p;
+    while (IsWordChar(*p)) ++p;
+    macro.parameters.push_back({std::string(start, static_cast<std::size_t>(p - start)), {}});
+    while (*p == ' ' || *p == '\t') ++p;
+    if (*p == ',') {
+      ++p;
+      continue;
+    }
+    if (*p == ')') break;
+    message = "illegal parameter specification in macro definition";
+    *pos = p;
+    return false;
+  }
+  *pos = p;
+  return true;
+}
+
+int FillerBase::st_define() {
+  read_pos_ += 6;
+  SkipBlanks();
+  if (!IsAlpha(*read_pos_)) return SyntaxError("illegal macro name");
+  const char* name_start = read_pos_;
+  while (IsWordChar(*read_pos_)) ++read_pos_;
+  std::string key(name_start, static_cast<std::size_t>(read_pos_ - name_start));
+  SkipBlanks();
+  if (*read_pos_ != '(') return SyntaxError("'(' expected in DEFINE statement");
+  ++read_pos_;
+  key += '(';
+  if (key == "header(" || key == "footer(") page_state_[0] = 0;
+  macros_.erase(key);
+  auto macro = std::make_unique<quorvix::Macro>();
+  std::string message;
+  if (!ParseParameters(&read_pos_, *macro, message)) {
+    error_stream_->puts(message.c_str());
+    error_stream_->endl();
+    error_flag_ = 1;
+    return 1;
+  }
+  if (*read_pos_ != ')') return SyntaxError("')' expected after DEFINE statement");
+  ++read_pos_;
+  SkipBlanks();
+  if (*read_pos_ != '}') return SyntaxError("'}' expected after DEFINE statement");
+  ++read_pos_;
+  char* end = std::strstr(read_pos_, "enddefine");
+  if (end == nullptr) return SyntaxError("{enddefine} not found in file");
+  const char* body_end = end;
+  while (body_end > read_pos_ && (body_end[-1] == ' ' || body_end[-1] == '\t')) --body_end;
+  macro->body = quorvix::prevent_brace(std::string(read_pos_, static_cast<std::size_t>(body_end - read_pos_)));
+  macros_[key] = std::move(macro);
+  read_pos_ = end + std::strlen("enddefine");
+  SkipBlanks();
+  if (*read_pos_ != '}') return SyntaxError("'}' expected after ENDDEFINE statement");
+  return 0;
+}
+
+char* FillerBase::ExpandMacro(quorvix::Macro& macro, char** pos, int* status) {
+  char* p = *pos;
+  if (*p == '(') ++p;
+  for (auto& param : macro.parameters) param.argument.clear();
+  std::size_t given = 0;
+  auto fail = [&](const char* message) -> char* {
+    read_pos_ = p;
+    *status = SyntaxError(message);
+    return nullptr;
+  };
+  while (true) {
+    while (*p == ' ' || *p == '\t' || *p == '\r' || *p == '\n') ++p;
+    if (*p == ')') {
+      ++p;
+      break;
+    }
+    if (*p == '\0') return fail("unexpected end of file");
+    if (given >= macro.parameters.size()) return fail("too many parameters passed to macro");
+    char* start = p;
+    char* argument = balance(&p);
+    if (p == start) {
+      delete[] argument;
+      return fail("syntax error in parameter list");
+    }
+    macro.parameters[given++].argument = argument;
+    delete[] argument;
+    while (*p == ' ' || *p == '\t') ++p;
+    if (*p == ',') ++p;
+  }
+  for (std::size_t i = given; i < macro.parameters.size(); ++i)
+    macro.parameters[i].argument = "\"(null)\"";
+  *pos = p;
+  return Copy("}" + quorvix::restore_brace(quorvix::SubstituteParameters(macro)));
+}
+
+int FillerBase::st_undef() {
+  read_pos_ += 5;
+  SkipBlanks();
+  if (!IsAlpha(*read_pos_)) return SyntaxError("illegal macro name");
+  const char* start = read_pos_;
+  while (IsWordChar(*read_pos_)) ++read_pos_;
+  std::string key(start, static_cast<std::size_t>(read_pos_ - start));
+  macros_[key + "("].reset();
+  return 0;
+}
+
+int FillerBase::st_ifdef() {
+  read_pos_ += read_pos_[2] == 'n' ? 6 : 5;
+  const bool on = IsFalse() == 0;
+  bool syntax_failed = false;
+  symtab* v = evaluate(&syntax_failed);
+  if (syntax_failed) return 1;
+  if (on && v == nullptr && parser_->ErrorMessage() != nullptr) {
+    expression_error(parser_);
+    return 1;
+  }
+  if (on && v != nullptr && v->type == SYM_SCALAR) {
+    v->Delete();
+    return SyntaxError("unbalanced elseif");
+  }
+  if (v != nullptr) v->Delete();
+  if (!OpenConditionLevel()) return 1;
+  ++false_depth_;
+  line_has_statement_ = 1;
+  return 0;
+}
+
+// Reads the file name of "include" or "readfill" and pushes the file.
+// Returns 1 when the fill must stop; sets `pushed` when a file was opened.
+int FillerBase::IncludeFile(bool as_statements, const char* keyword_message) {
+  const bool on = IsFalse() == 0;
+  bool syntax_failed = false;
+  symtab* v = evaluate(&syntax_failed);
+  if (syntax_failed) return 1;
+  if (on && v == nullptr) {
+    expression_error(parser_);
+    return 1;
+  }
+  if (on && !(v->type == SYM_STRINGS && v->num_strings == 1)) {
+    v->Delete();
+    return SyntaxError(keyword_message);
+  }
+  std::string name = v != nullptr ? v->str_list[0] : "";
+  if (v != nullptr) v->Delete();
+  SkipBlanks();
+  if (*read_pos_ == ';') ++read_pos_;
+  SkipBlanks();
+  if (!on) return 0;
+
+  line_has_statement_ = line_has_output_ = 0;
+  std::string path = FindInclude(name);
+  if (path.empty()) {
+    error();
+    error_stream_->puts(("The file \"" + name + "\" is not in the include path").c_str());
+    error_stream_->endl();
+    return 1;
+  }
+  const int depth_before = source_depth_;
+  const int saved_resume = resume_brace_;
+  resume_brace_ = 1;
+  if (!Push(path.c_str())) return 1;
+  if (source_depth_ == depth_before) {
+    resume_brace_ = saved_resume;  // the file could not be read; reported
+    return 0;
+  }
+  if (as_statements) {
+    line_has_statement_ = 1;
+    line_has_output_ = !line_has_output_;
+  } else {
+    --read_pos_;  // onto the '}' in front of the file's text
+  }
+  return 0;
+}
+
+int FillerBase::st_include() {
+  read_pos_ += 7;
+  return IncludeFile(false, "string value required in INCLUDE statement");
+}
+
+int FillerBase::st_readfill() {
+  read_pos_ += 8;
+  return IncludeFile(true, "string value required in READFILL statement");
+}
+
+int FillerBase::st_path() {
+  read_pos_ += 4;
+  const bool on = IsFalse() == 0;
+  bool syntax_failed = false;
+  symtab* v = evaluate(&syntax_failed);
+  if (syntax_failed) return 1;
+  if (on && v == nullptr) {
+    expression_error(parser_);
+    return 1;
+  }
+  if (!on) return 0;
+  if (!(v->type == SYM_STRINGS && v->num_strings == 1)) {
+    v->Delete();
+    return SyntaxError("string value required in PATH statement");
+  }
+  IncludePath().push_back(v->str_list[0]);
+  v->Delete();
+  return 0;
+}
+
+// Host macros ----------------------------------------------------------------
+
+int FillerBase::DefineMacro(char* spec) {
+  if (spec == nullptr) return 0;
+  char* comma = std::strchr(spec, ',');
+  if (comma == nullptr) return 0;
+  std::string key(spec, static_cast<std::size_t>(comma - spec));
+  auto macro = std::make_unique<quorvix::Macro>();
+  char* p = comma + 1;
+  std::string message;
+  bool ok = ParseParameters(&p, *macro, message) && *p == ')';
+  if (!ok) {
+    macro->parameters.clear();
+    macros_[key] = std::move(macro);
+    return 0;
+  }
+  macro->body = quorvix::prevent_brace(p + 1);
+  macros_[key] = std::move(macro);
+  return 1;
+}
+
+char* FillerBase::EvaluateMacro(char* call) {
+  page_state_[0] = -1;
+  page_state_[1] = 25;
+  page_state_[2] = 0;
+  if (call == nullptr) return nullptr;
+  char* comma = std::strchr(call, ',');
+  if (comma == nullptr) return nullptr;
+  auto it = macros_.find(std::string(call, static_cast<std::size_t>(comma - call)));
+  if (it == macros_.end() || it->second == nullptr) return nullptr;
+  quorvix::Macro& macro = *it->second;
+  for (auto& param : macro.parameters) param.argument.clear();
+  char* p = comma + 1;
+  std::size_t given = 0;
+  while (true) {
+    while (*p == ' ' || *p == '\t') ++p;
+    if (*p == ')') break;
+    if (*p == '\0' || given >= macro.parameters.size()) return nullptr;
+    char* start = p;
+    char* argument = balance(&p);
+    if (p == start) {
+      delete[] argument;
+      return nullptr;
+    }
+    macro.parameters[given++].argument = argument;
+    delete[] argument;
+    while (*p == ' ' || *p == '\t') ++p;
+    if (*p == ',') ++p;
+  }
+  for (std::size_t i = given; i < macro.parameters.size(); ++i)
+    macro.parameters[i].argument = "\"(null)\"";
+  return Copy(quorvix::restore_brace(quorvix::SubstituteParameters(macro)));
+}
+
+void FillerBase::RemoveMacro(char* name) {
+  if (name == nullptr) return;
+  auto it = macros_.find(name);
+  if (it != macros_.end()) it->second.reset();
+}
+
+void FillerBase::ResetMacros() { macros_.clear(); }
+
+// Switches --------------------------------------------------------------------
+
+int FillerBase::st_safe_quotes_on() {
+  read_pos_ += std::strlen("safe_quotes_on");
+  if (IsFalse() == 0) safe_quotes_ = 1;
+  return 0;
+}
+
+int FillerBase::st_safe_quotes_off() {
+  read_pos_ += std::strlen("safe_quotes_off");
+  if (IsFalse() == 0) safe_quotes_ = 0;
+  return 0;
+}
+
+int FillerBase::st_max_compatibility_on() {
+  read_pos_ += std::strlen("max_compatibility_on");
+  if (IsFalse() == 0) max_compatibility_ = 1;
+  return 0;
+}
+
+int FillerBase::st_max_compatibility_off() {
+  read_pos_ += std::strlen("max_compatibility_off");
+  if (IsFalse() == 0) max_compatibility_ = 0;
+  return 0;
+}
+
+int FillerBase::st_escape_characters_on() {
+  read_pos_ += std::strlen("escape_characters_on");
+  if (IsFalse() == 0) parser_->AllowEscapeCharactersInStrings(true);
+  return 0;
+}
+
+int FillerBase::st_escape_characters_off() {
+  read_pos_ += std::strlen("escape_characters_off");
+  if (IsFalse() == 0) parser_->AllowEscapeCharactersInStrings(false);
+  return 0;
+}

@@ -1,0 +1,83 @@
+// Output streams of the template engine: an in-memory stream and a file
+// stream sharing one buffer. Writing a character or a run of text is an
+// inline append; only a full file buffer calls through the virtual spill,
+// so there is no virtual call per character.
+#ifndef QUORVIX_UTIL_OUTPUT_STREAM_H
+#define QUORVIX_UTIL_OUTPUT_STREAM_H
+
+#include <cstddef>
+#include <cstdio>
+#include <cstring>
+#include <string>
+#include <string_view>
+
+class ostream_fast {
+ public:
+  virtual ~ostream_fast() = default;
+  ostream_fast(const ostream_fast&) = delete;
+  ostream_fast& operator=(const ostream_fast&) = delete;
+
+  void put(char c) {
+    buf_.push_back(c);
+    if (buf_.size() >= spill_at_) spill();
+  }
+  void write(const char* s, std::size_t n) {
+    buf_.append(s, n);
+    if (buf_.size() >= spill_at_) spill();
+  }
+  void write(std::string_view s) { write(s.data(), s.size()); }
+  void puts(const char* s) { write(s, std::strlen(s)); }
+  // The engine's line end is CR LF on every platform.
+  void endl() { write("\r\n", 2); }
+  // One zero character, terminating an in-memory text.
+  void ends() { put('\0'); }
+  void write_int(long long v);
+  void write_double(double v);
+  virtual void flush() {}
+  // Characters written and not yet handed on.
+  std::size_t pending() const { return buf_.size(); }
+  // Whether the last character written is `c` (in the pending buffer).
+  bool last_is(char c) const { return !buf_.empty() && buf_.back() == c; }
+
+ protected:
+  explicit ostream_fast(std::size_t spill_at) : spill_at_(spill_at) {}
+  // Called when the buffer reaches spill_at_; a sink empties it.
+  virtual void spill() {}
+
+  std::string buf_;
+  std::size_t spill_at_;
+};
+
+// Accumulates everything in memory.
+class ostrstream_fast : public ostream_fast {
+ public:
+  ostrstream_fast() : ostream_fast(static_cast<std::size_t>(-1)) {}
+  // Hands over the accumulated characters as a new[] zero-terminated string
+  // and empties the stream.
+  char* str();
+  const std::string& text() const { return buf_; }
+  std::string take() {
+    std::string out;
+    out.swap(buf_);
+    return out;
+  }
+  void clear() { buf_.clear(); }
+};
+
+// Writes to a file through a 64 KiB buffer.
+class ofstream_fast : public ostream_fast {
+ public:
+  enum Mode { kCreate = 2, kAppend = 10 };
+  ofstream_fast(const char* path, int mode);
+  ~ofstream_fast() override;
+  bool is_open() const { return file_ != nullptr; }
+  void flush() override;
+
+ protected:
+  void spill() override { flush(); }
+
+ private:
+  std::FILE* file_ = nullptr;
+};
+
+#endif
