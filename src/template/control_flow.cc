@@ -149,7 +149,9 @@ int FillerBase::st_while() {
   Free(v);
   if (!Expect(')')) return SyntaxError("')' expected in WHILE statement");
   if (!OpenLoop(increment)) return 1;
-  source_top_->loop_condition = on ? condition_start : nullptr;
+  // A loop whose body starts switched off (a failed first test, or text
+  // that is off anyway) never repeats.
+  source_top_->loop_condition = IsFalse() == 0 ? condition_start : nullptr;
   resume_brace_ = 1;
   return 0;
 }
@@ -183,7 +185,7 @@ int FillerBase::st_for() {
   delete[] balance(&read_pos_);
   if (!Expect(')')) return SyntaxError("')' expected in FOR statement");
   if (!OpenLoop(increment)) return 1;
-  if (on) {
+  if (IsFalse() == 0) {
     source_top_->loop_condition = condition_start;
     source_top_->loop_step = step_start;
   }
@@ -312,7 +314,8 @@ int FillerBase::st_function() {
     return SyntaxError("bad function name in FUNCTION statement");
   while (IsWordChar(*read_pos_)) ++read_pos_;
   if (!Expect('(')) return SyntaxError("'(' expected in FUNCTION statement");
-  delete[] balance(&read_pos_);
+  // The parameter list: names separated by commas up to the ')'.
+  while (*read_pos_ != '\0' && *read_pos_ != ')' && *read_pos_ != '{') ++read_pos_;
   if (*read_pos_ == ')') ++read_pos_;
   SkipBlanks();
   if (*read_pos_ != '{') return SyntaxError("'{' expected in FUNCTION statement");
