@@ -130,7 +130,7 @@ class MathParser {
   void SetErrorMessage(const char* msg);
   int ErrorPosition() const { return error_position_; }
   void SetErrorPosition(int pos) { error_position_ = pos; }
-  const std::map<std::string, symtab*>& Variables() const { return variables_; }
+  const std::map<std::string, symtab*, std::less<>>& Variables() const { return variables_; }
 
   // Process-wide state ------------------------------------------------------
   static MathParser* current_parser;
@@ -158,7 +158,7 @@ class MathParser {
   char* error_message_ = nullptr;
   char* expression_text_ = nullptr;
   int unused_word_ = 0;
-  std::map<std::string, symtab*> variables_;
+  std::map<std::string, symtab*, std::less<>> variables_;  // looked up by const char* without a copy
   int num_get_funcs_ = 0;
   int num_set_funcs_ = 0;
   int num_mdl_funcs_ = 0;

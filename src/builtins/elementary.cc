@@ -52,7 +52,28 @@ symtab* ApplyChecked(sym_list* args, RealFunction f, DomainTest in_domain,
 template <RealFunction F, DomainTest InDomain = nullptr,
           ArrayViolation OnArray = ArrayViolation::kFree>
 symtab* Checked(sym_list* args) {
-  return ApplyChecked(args, F, InDomain, OnArray);
+  if (args == nullptr || args->count != 1 || args->args[0] == nullptr ||
+      args->args[0]->type != SYM_ARRAY)
+    return ApplyChecked(args, F, InDomain, OnArray);
+  // Arrays: find the first element outside the domain, then convert the
+  // elements before it in one loop the compiler can vectorise.
+  symtab* v = TakeArg(args, 0);
+  std::span<double> xs = NumericElements(*v);
+  std::size_t bad = xs.size();
+  if constexpr (InDomain != nullptr) {
+    bool all = true;
+    for (double x : xs) all &= InDomain(x);
+    if (!all)
+      for (bad = 0; bad < xs.size() && InDomain(xs[bad]); ++bad) {}
+  }
+  double* d = xs.data();
+  for (std::size_t i = 0; i < bad; ++i) d[i] = F(d[i]);
+  if (bad == xs.size()) return v;
+  if (OnArray == ArrayViolation::kKeepPartial) {
+    builtins::Report(kDomainViolation);
+    return v;
+  }
+  return Fail(v, kDomainViolation);
 }
 
 // NaN fails the arc functions' test but passes the others: the comparisons
@@ -81,7 +102,12 @@ constexpr BuiltinHandler kNaturalLog = Checked<Log, NotNonPositive, ArrayViolati
 
 template <RealFunction F>
 symtab* Wrapped(sym_list* args) {
-  return builtins::ApplyElementwise(args, F);
+  if (args == nullptr || args->count != 1 || args->args[0] == nullptr ||
+      args->args[0]->type != SYM_ARRAY)
+    return builtins::ApplyElementwise(args, F);
+  symtab* v = TakeArg(args, 0);
+  for (double& x : NumericElements(*v)) x = F(x);  // inlined, so vectorisable
+  return v;
 }
 
 double Sin(double x) { return std::sin(x); }
@@ -194,5 +220,15 @@ constexpr BuiltinEntry kElementaryBuiltins[] = {
 }  // namespace
 
 std::span<const BuiltinEntry> ElementaryBuiltins() { return kElementaryBuiltins; }
+
+double (*ScalarKernel(BuiltinHandler h))(double) {
+  // Only the thin wrappers are pure: the checked functions report domain errors.
+  static const struct { BuiltinHandler h; double (*f)(double); } kPure[] = {
+      {Wrapped<Abs>, Abs}, {Wrapped<Sin>, Sin}, {Wrapped<Cos>, Cos}, {Wrapped<Tan>, Tan},
+      {Wrapped<Exp>, Exp}, {Wrapped<Sinh>, Sinh}, {Wrapped<Cosh>, Cosh}, {Wrapped<Tanh>, Tanh}};
+  for (const auto& k : kPure)
+    if (k.h == h) return k.f;
+  return nullptr;
+}
 
 }  // namespace quorvix

@@ -19,6 +19,11 @@ struct BuiltinEntry {
 std::span<const BuiltinEntry> ElementaryBuiltins();
 std::span<const BuiltinEntry> LinalgBuiltins();
 
+// The plain double function computed by a built-in handler that is pure and
+// element-wise (sin, abs, ...), or null. Lets scalar calls skip the argument
+// list.
+double (*ScalarKernel(BuiltinHandler handler))(double);
+
 // Registers every family's rows with MathParser::AddFunc.
 void RegisterBuiltins();
 

@@ -105,11 +105,16 @@ MathParser::~MathParser() {
 symtab* MathParser::Evaluate(char* text) {
   last_result_ = nullptr;
   eval_word1_ = eval_word2_ = eval_word3_ = 0;
-  char* copy = newstrdup(text ? text : "");
-  delete[] expression_text_;
-  expression_text_ = copy;
-  delete[] error_message_;
-  error_message_ = nullptr;
+  // The same text again (a loop body) keeps its copy.
+  if (expression_text_ == nullptr || std::strcmp(expression_text_, text ? text : "") != 0) {
+    char* copy = newstrdup(text ? text : "");
+    delete[] expression_text_;
+    expression_text_ = copy;
+  }
+  if (error_message_ != nullptr) {
+    delete[] error_message_;
+    error_message_ = nullptr;
+  }
 
   CurrentParserScope scope(this);
   error_text_.clear();
@@ -169,6 +174,20 @@ symtab* MathParser::Evaluate(MathParserExpression* expr) {
 }
 
 symtab* MathParser::EvaluateTree(const std::shared_ptr<quorvix::ParsedTree>& tree) {
+  // Trees over scalars compute on plain doubles. The fast path has no side
+  // effects before it gives up, so the general path can start over.
+  constexpr int kMaxScalarFailures = 4;
+  if (tree->scalar_failures < kMaxScalarFailures) {
+    double d;
+    if (tree->root->evaluateScalar(d)) {
+      tree->scalar_failures = 0;
+      error_text_.clear();
+      auto* result = new symtab;
+      result->SetScalar(d);
+      return result;
+    }
+    ++tree->scalar_failures;
+  }
   symtab value;
   tree->root->evaluate(value);
   error_text_.clear();

@@ -30,6 +30,12 @@ int CompareEntries(const void* a, const void* b) {
   return static_cast<int>(*p) - static_cast<int>(*q);
 }
 
+// The registry outlives every parser; its entries are freed when the
+// library is unloaded.
+struct RegistryCleanup {
+  ~RegistryCleanup() { MathParser::ClearFunctionList(); }
+} registry_cleanup;
+
 }  // namespace
 
 funtab* MathParser::FunLook(const char* name) {

@@ -73,6 +73,10 @@ bool Modulus(symtab& left, symtab& right) {
 }
 
 bool Power(symtab& left, symtab& right) {
+  if (left.type == SYM_SCALAR && right.type == SYM_SCALAR && right.value == 2.0) {
+    left.value *= left.value;
+    return true;
+  }
   constexpr const char* kDomain = "Domain error";
   constexpr const char* kType = "Invalid power type";
   // The domain checks guard a scalar exponent only; with an array exponent

@@ -26,6 +26,7 @@ struct VariableCache {
 struct FunctionCache {
   std::uint64_t generation = ~std::uint64_t{0};
   funtab* entry = nullptr;
+  double (*scalar)(double) = nullptr;
 };
 
 class SymtabAdaptor {
@@ -79,6 +80,9 @@ class SymtabAdaptor {
   virtual void assign(const std::string& name, std::vector<symtab>& subscripts,
                       const symtab& value, int pos) = 0;
   virtual bool allowEscapes() = 0;
+  virtual const symtab* peekArray(const std::string&, VariableCache&) { return nullptr; }
+  virtual bool readScalar(const std::string&, VariableCache&, double&) { return false; }
+  virtual bool callScalar(const std::string&, FunctionCache&, double, double&) { return false; }
 
   // Logical operators on the non-short-circuited path.
   virtual void logicalAnd(symtab& left, symtab& right, int pos) = 0;

@@ -24,4 +24,15 @@ void Node::printOperand(const Node& child, int level, std::string& out) {
   }
 }
 
+void Node::printSeparated(const Node& child, int level, std::string& out) {
+  std::string text;
+  printOperand(child, level, text);
+  if (!out.empty() && !text.empty()) {
+    char a = out.back(), b = text.front();
+    bool fuse = (a == '-' || a == '+') && (b == '-' || b == '+');
+    if (fuse || (a == '!' && b == '=')) out += ' ';
+  }
+  out += text;
+}
+
 }  // namespace ParserCore_NS

@@ -66,6 +66,10 @@ class Node {
   virtual NodeClass classType() const = 0;
   // Computes the node's value into `result` (an empty or reusable slot).
   virtual void evaluate(symtab& result) = 0;
+  virtual bool evaluateScalar(double&) { return false; }
+  // The variable's own array record, read-only, when this node is a plain
+  // reference to an array variable.
+  virtual const symtab* peekArray() { return nullptr; }
   virtual NodePtr derivative(const std::string& variable) const;
   virtual void collectVariables(std::vector<std::string>& names) const;
   virtual NodePtr clone() const = 0;
@@ -90,6 +94,9 @@ class Node {
  protected:
   // Prints `child`, in parentheses when it binds looser than `level`.
   static void printOperand(const Node& child, int level, std::string& out);
+  // As printOperand, with a blank in between when the operand's text would
+  // otherwise fuse with the operator before it ("-" then "-a" is not "--a").
+  static void printSeparated(const Node& child, int level, std::string& out);
 
   SymtabAdaptor& adaptor_;
   int position_;

@@ -4,6 +4,7 @@
 #ifndef QUORVIX_PARSER_MATH_OPERATOR_NODES_H
 #define QUORVIX_PARSER_MATH_OPERATOR_NODES_H
 
+#include <cmath>
 #include <string>
 
 #include "parser/core/utilities.h"
@@ -57,10 +58,28 @@ class ArithmeticNode : public BinaryOperatorNode {
   }
   NodeClass classType() const override { return S.cls; }
   void evaluate(symtab& result) override {
+    if ((S.cls == NodeClass::kAddition || S.cls == NodeClass::kSubtraction) && fusedArray(result))
+      return;
     left_->evaluate(result);
     symtab right;
     right_->evaluate(right);
     (adaptor_.*S.op)(result, right, position_);
+  }
+  bool evaluateScalar(double& out) override {
+    double l, r;
+    if (!left_->evaluateScalar(l) || !right_->evaluateScalar(r)) return false;
+    switch (S.cls) {
+      case NodeClass::kAddition: out = l + r; return true;
+      case NodeClass::kSubtraction: out = l - r; return true;
+      case NodeClass::kMultiplication: out = l * r; return true;
+      case NodeClass::kDivision: if (r == 0.0) return false; out = l / r; return true;
+      case NodeClass::kExponential:
+        if (r == 2.0) { out = l * l; return true; }
+        if ((l < 0.0 && std::fabs(r) < 1.0 && r != 0.0) || (l == 0.0 && r < 0.0)) return false;
+        out = std::pow(l, r);
+        return true;
+      default: return false;
+    }
   }
   NodePtr derivative(const std::string& variable) const override;
   NodePtr clone() const override {
@@ -68,10 +87,44 @@ class ArithmeticNode : public BinaryOperatorNode {
   }
   NodePtr simplify() override;
   int printLevel() const override { return S.level; }
+
+ private:
+  // x + y and x - y on array variables: read both in place and write the
+  // result once, instead of copying the operands first. Only when the right
+  // operand cannot change the left (a variable or a number).
+  bool fusedArray(symtab& result) {
+    const NodeClass rc = right_->classType();
+    if (rc != NodeClass::kReference && rc != NodeClass::kDoubleValue) return false;
+    const symtab* l = left_->peekArray();
+    if (l == nullptr) return false;
+    const std::size_t n = static_cast<std::size_t>(l->rows) * static_cast<std::size_t>(l->cols);
+    const double* a = l->data;
+    const bool sub = S.cls == NodeClass::kSubtraction;
+    if (const symtab* r = right_->peekArray()) {
+      if (r->rows != l->rows || r->cols != l->cols) return false;
+      const double* b = r->data;
+      double* d = result.SetArray(l->rows, l->cols);
+      if (sub)
+        for (std::size_t i = 0; i < n; ++i) d[i] = a[i] - b[i];
+      else
+        for (std::size_t i = 0; i < n; ++i) d[i] = a[i] + b[i];
+      return true;
+    }
+    double b;
+    if (!right_->evaluateScalar(b)) return false;
+    double* d = result.SetArray(l->rows, l->cols);
+    if (sub)
+      for (std::size_t i = 0; i < n; ++i) d[i] = a[i] - b;
+    else
+      for (std::size_t i = 0; i < n; ++i) d[i] = a[i] + b;
+    return true;
+  }
+
+ public:
   void print(std::string& out) const override {
     printOperand(*left_, S.right_grouping ? S.level + 1 : S.level, out);
     out += S.spelling;
-    printOperand(*right_, S.right_grouping ? S.level : S.level + 1, out);
+    printSeparated(*right_, S.right_grouping ? S.level : S.level + 1, out);
   }
 };
 
@@ -118,7 +171,7 @@ class ComparisonNode : public BinaryOperatorNode {
   void print(std::string& out) const override {
     printOperand(*left_, S.level, out);
     out += S.spelling;
-    printOperand(*right_, S.level + 1, out);
+    printSeparated(*right_, S.level + 1, out);
   }
 };
 
@@ -180,15 +233,24 @@ class SimpleUnaryNode : public UnaryOperatorNode {
     operand_->evaluate(result);
     (adaptor_.*S.op)(result, position_);
   }
+  bool evaluateScalar(double& out) override {
+    if (S.cls != NodeClass::kUnaryMinus || !operand_->evaluateScalar(out)) return false;
+    out = -out;
+    return true;
+  }
   NodePtr derivative(const std::string& variable) const override;
   NodePtr clone() const override {
     return std::make_unique<SimpleUnaryNode>(adaptor_, position_, operand_->clone());
   }
   int printLevel() const override { return S.postfix ? kPrintIncrement : kPrintUnary; }
   void print(std::string& out) const override {
-    if (!S.postfix) out += S.spelling;
-    printOperand(*operand_, printLevel(), out);
-    if (S.postfix) out += S.spelling;
+    if (!S.postfix) {
+      out += S.spelling;
+      printSeparated(*operand_, printLevel(), out);
+    } else {
+      printOperand(*operand_, printLevel(), out);
+      out += S.spelling;
+    }
   }
 };
 

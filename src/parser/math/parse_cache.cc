@@ -44,6 +44,8 @@ struct Cache {
   TreeMap trees[2];  // by escape option
   std::uint64_t registry_generation = 0;
   bool enabled = true;
+  std::string last_text[2];
+  std::shared_ptr<ParsedTree> last_tree[2];
 };
 
 Cache& TheCache() {
@@ -70,8 +72,15 @@ std::shared_ptr<ParsedTree> ParseExpression(std::string_view text, bool escapes)
     ClearParseCache();
     cache.registry_generation = MathParser::RegistryGeneration();
   }
-  TreeMap& map = cache.trees[escapes ? 1 : 0];
-  if (auto it = map.find(text); it != map.end()) return it->second;
+  // The text looked up last is usually the one asked for again.
+  const int k = escapes ? 1 : 0;
+  if (cache.last_tree[k] && cache.last_text[k] == text) return cache.last_tree[k];
+  TreeMap& map = cache.trees[k];
+  if (auto it = map.find(text); it != map.end()) {
+    cache.last_text[k].assign(text);
+    cache.last_tree[k] = it->second;
+    return it->second;
+  }
   std::shared_ptr<ParsedTree> tree = ParseExpressionUncached(text);
   if (map.size() >= kMaxCachedTexts) map.clear();
   map.emplace(std::string(text), tree);
@@ -82,6 +91,8 @@ void ClearParseCache() {
   Cache& cache = TheCache();
   cache.trees[0].clear();
   cache.trees[1].clear();
+  cache.last_tree[0].reset();
+  cache.last_tree[1].reset();
 }
 
 void EnableParseCache(bool on) {

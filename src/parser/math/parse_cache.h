@@ -15,6 +15,9 @@ namespace quorvix {
 
 struct ParsedTree {
   ParserCore_NS::NodePtr root;  // never null
+  // Failures of the all-scalar fast path; after a few the tree always takes
+  // the general path.
+  int scalar_failures = 0;
 };
 
 // Parses with the standard grammar, through the cache. Raises

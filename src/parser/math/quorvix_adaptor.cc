@@ -3,6 +3,7 @@
 #include <cmath>
 #include <cstring>
 
+#include "expression/builtin_table.h"
 #include "expression/function_call.h"
 #include "expression/value_ops.h"
 #include "parser/core/error.h"
@@ -55,6 +56,14 @@ unsigned CutIndex(double d) {
 }
 
 [[noreturn]] void Fail(const char* message, int pos) { throw Error(message, pos); }
+
+// The plain double function behind a plain built-in that has one (sin, abs,
+// ...), so that a scalar call skips the argument list.
+double (*PureKernel(const funtab* e))(double) {
+  if (e == nullptr || e->is_external || e->is_user || e->is_library || e->has_context)
+    return nullptr;
+  return quorvix::ScalarKernel(e->handler);
+}
 
 // Checks that a value can be stored as one element of a numeric array.
 double ElementValue(const symtab& value, int pos) {
@@ -213,6 +222,7 @@ void QuorvixSymtabAdaptor::makeArray(std::vector<symtab>& elements, symtab& out,
     case kVectors: {
       if (static_cast<long long>(count) * width > kMaxArrayElements) Fail("Out of memory", pos);
       double* d = out.SetArray(count, width);
+      if (width == 0) return;
       for (int i = 0; i < count; ++i)
         std::memcpy(d + static_cast<std::size_t>(i) * width, elements[i].data,
                     sizeof(double) * static_cast<std::size_t>(width));
@@ -394,6 +404,11 @@ void QuorvixSymtabAdaptor::callFunction(const std::string& name,
   if (cache.generation != MathParser::RegistryGeneration()) {
     cache.entry = MathParser::FunLook(name.c_str());
     cache.generation = MathParser::RegistryGeneration();
+    cache.scalar = PureKernel(cache.entry);
+  }
+  if (cache.scalar != nullptr && count == 1 && args[0].type == SYM_SCALAR) {
+    out.SetScalar(cache.scalar(args[0].value));
+    return;
   }
   funtab* entry = cache.entry;
   if (entry == nullptr) Fail("Unknown function", pos);
@@ -436,15 +451,55 @@ void QuorvixSymtabAdaptor::callFunction(const std::string& name,
   result->Delete();
 }
 
+// The table record of a variable through the node's memo; null when the
+// table is not consulted (no parser, or assignments off).
+static symtab* TableRecord(const std::string& name, ParserCore_NS::VariableCache& cache) {
+  MathParser* mp = MathParser::current_parser;
+  if (mp == nullptr || !mp->AllowAssign()) return nullptr;
+  if (cache.owner != mp || cache.generation != mp->VariablesGeneration()) {
+    cache.record = mp->SymLook(name.c_str());
+    cache.owner = mp;
+    cache.generation = mp->VariablesGeneration();
+  }
+  return cache.record;
+}
+
+const symtab* QuorvixSymtabAdaptor::peekArray(const std::string& name,
+                                             ParserCore_NS::VariableCache& cache) {
+  if (TableRecord(name, cache) == nullptr) return nullptr;
+  return cache.record->type == SYM_ARRAY && cache.record->data != nullptr ? cache.record : nullptr;
+}
+
+bool QuorvixSymtabAdaptor::readScalar(const std::string& name,
+                                      ParserCore_NS::VariableCache& cache, double& out) {
+  if (TableRecord(name, cache) == nullptr || cache.record->type != SYM_SCALAR) return false;
+  out = cache.record->value;
+  return true;
+}
+
+bool QuorvixSymtabAdaptor::callScalar(const std::string& name,
+                                      ParserCore_NS::FunctionCache& cache, double x, double& out) {
+  if (cache.generation != MathParser::RegistryGeneration()) {
+    cache.entry = MathParser::FunLook(name.c_str());
+    cache.generation = MathParser::RegistryGeneration();
+    cache.scalar = PureKernel(cache.entry);
+  }
+  if (cache.scalar == nullptr) return false;
+  out = cache.scalar(x);
+  return true;
+}
+
 void QuorvixSymtabAdaptor::readVariable(const std::string& name,
                                         ParserCore_NS::VariableCache& cache, symtab& out, int) {
   MathParser* mp = MathParser::current_parser;
   if (mp != nullptr) {
-    if (mp->AllowAssign()) {
-      if (cache.owner != mp || cache.generation != mp->VariablesGeneration()) {
-        cache.record = mp->SymLook(name.c_str());
-        cache.owner = mp;
-        cache.generation = mp->VariablesGeneration();
+    if (TableRecord(name, cache) != nullptr) {
+      if (cache.record->type == SYM_SCALAR && out.type == SYM_UNDEFINED) {
+        out.type = SYM_SCALAR;
+        out.value = cache.record->value;
+        out.shared = 0;
+        out.frozen = cache.record->frozen;
+        return;
       }
       if (cache.record->type != SYM_UNDEFINED) {
         CopyPayload(*cache.record, out);

@@ -47,6 +47,9 @@ class QuorvixSymtabAdaptor : public ParserCore_NS::SymtabAdaptor {
   void setEmpty(symtab& v) override;
   void callFunction(const std::string& name, ParserCore_NS::FunctionCache& cache, symtab* args,
                     int count, symtab& out, int pos) override;
+  const symtab* peekArray(const std::string& name, ParserCore_NS::VariableCache& cache) override;
+  bool readScalar(const std::string& name, ParserCore_NS::VariableCache& cache, double& out) override;
+  bool callScalar(const std::string& name, ParserCore_NS::FunctionCache& cache, double x, double& out) override;
   void readVariable(const std::string& name, ParserCore_NS::VariableCache& cache, symtab& out,
                     int pos) override;
   void assign(const std::string& name, std::vector<symtab>& subscripts, const symtab& value,

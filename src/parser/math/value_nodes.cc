@@ -81,8 +81,8 @@ void SquareBracesNode::evaluate(symtab& result) {
     if (adaptor_.isScalar(sub)) {
       if (count == 2) throw Error("Too many array subscripts", link->position_);
       double d = adaptor_.toDouble(sub, link->position_);
-      // Cut toward zero; negatives wrap to huge indices and fail the range test.
-      pending[count++] = static_cast<unsigned>(static_cast<long long>(d));
+      // Cut toward zero; negative, huge and NaN subscripts fail the range test.
+      pending[count++] = !(d > -1.0) || d >= 4294967296.0 ? ~0u : static_cast<unsigned>(d);
       pending_pos = link->position_;
     } else if (sub.type == SYM_ARRAY) {
       if (count) adaptor_.subscript(result, pending, count, pending_pos);
@@ -155,6 +155,12 @@ void ArrayValueNode::print(std::string& out) const {
 void SymbolicFunctionNode::evaluate(symtab& result) {
   const std::size_t n = args_.size();
   constexpr std::size_t kInline = 4;
+  if (n == 1) {
+    symtab value;
+    args_[0]->evaluate(value);
+    adaptor_.callFunction(name_, cache_, &value, 1, result, position_);
+    return;
+  }
   if (n <= kInline) {
     symtab values[kInline];
     for (std::size_t i = 0; i < n; ++i) args_[i]->evaluate(values[i]);

@@ -21,6 +21,7 @@ class DoubleValueNode : public Node {
       : Node(adaptor, position), value_(value), text_(std::move(text)) {}
   NodeClass classType() const override { return NodeClass::kDoubleValue; }
   void evaluate(symtab& result) override { result.SetScalar(value_); }
+  bool evaluateScalar(double& out) override { out = value_; return true; }
   NodePtr derivative(const std::string& variable) const override;
   NodePtr clone() const override;
   bool isZero() const override { return value_ == 0.0; }
@@ -58,6 +59,8 @@ class ReferenceNode : public Node {
   void evaluate(symtab& result) override {
     adaptor_.readVariable(name_, cache_, result, position_);
   }
+  bool evaluateScalar(double& out) override { return adaptor_.readScalar(name_, cache_, out); }
+  const symtab* peekArray() override { return adaptor_.peekArray(name_, cache_); }
   NodePtr derivative(const std::string& variable) const override;
   void collectVariables(std::vector<std::string>& names) const override;
   NodePtr clone() const override;
@@ -113,6 +116,11 @@ class SymbolicFunctionNode : public Node {
       : Node(adaptor, position), name_(std::move(name)), args_(std::move(args)) {}
   NodeClass classType() const override { return NodeClass::kFunction; }
   void evaluate(symtab& result) override;
+  bool evaluateScalar(double& out) override {
+    double x;
+    return args_.size() == 1 && args_[0]->evaluateScalar(x) &&
+           adaptor_.callScalar(name_, cache_, x, out);
+  }
   void collectVariables(std::vector<std::string>& names) const override;
   NodePtr clone() const override;
   void print(std::string& out) const override;

@@ -1,0 +1,472 @@
+// Side-by-side comparison of the expression service with its peers:
+// muparser and plain C++ for scalar formulas, numpy and a fused C++ loop for
+// element-wise array work. Prints one compact table with the ratios.
+//
+// The machine this runs on is usually shared, so every figure is the best of
+// several runs: the best run is the one least disturbed by other work.
+#include <malloc.h>
+#include <sys/utsname.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <fstream>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "workloads.h"
+
+#ifndef QUORVIX_BENCH_DIR
+#define QUORVIX_BENCH_DIR "."
+#endif
+#ifndef QUORVIX_BENCH_BUILD_TYPE
+#define QUORVIX_BENCH_BUILD_TYPE "unknown"
+#endif
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+struct Options {
+  int runs = 3;
+  double scale = 1.0;  // multiplies the iteration counts (quick runs, profiling)
+  int vector_reps = 50;
+  long vector_len = 1000000;
+  std::string python = "python3";
+  std::string numpy_script = QUORVIX_BENCH_DIR "/numpy_peer.py";
+  bool numpy = true;
+  bool only_quorvix = false;  // skip the peers (for profiling the library)
+};
+
+void Usage() {
+  std::printf(
+      "usage: quorvix_compare [--runs N] [--scale F] [--vector-reps N] [--vector-len N]\n"
+      "                       [--python EXE] [--numpy-script FILE] [--no-numpy] [--only-quorvix]\n");
+}
+
+bool ParseOptions(int argc, char** argv, Options& o) {
+  for (int i = 1; i < argc; ++i) {
+    std::string a = argv[i];
+    auto value = [&](const char* name) -> const char* {
+      if (i + 1 >= argc) {
+        std::fprintf(stderr, "quorvix_compare: %s needs a value\n", name);
+        std::exit(2);
+      }
+      return argv[++i];
+    };
+    if (a == "--runs") {
+      o.runs = std::max(1, std::atoi(value("--runs")));
+    } else if (a == "--scale") {
+      o.scale = std::atof(value("--scale"));
+      if (!(o.scale > 0)) o.scale = 1.0;
+    } else if (a == "--vector-reps") {
+      o.vector_reps = std::max(1, std::atoi(value("--vector-reps")));
+    } else if (a == "--vector-len") {
+      o.vector_len = std::max(16L, std::atol(value("--vector-len")));
+    } else if (a == "--python") {
+      o.python = value("--python");
+    } else if (a == "--numpy-script") {
+      o.numpy_script = value("--numpy-script");
+    } else if (a == "--no-numpy") {
+      o.numpy = false;
+    } else if (a == "--only-quorvix") {
+      o.only_quorvix = true;
+      o.numpy = false;
+    } else if (a == "-h" || a == "--help") {
+      Usage();
+      std::exit(0);
+    } else {
+      Usage();
+      return false;
+    }
+  }
+  return true;
+}
+
+double Seconds(Clock::time_point t0, Clock::time_point t1) {
+  return std::chrono::duration<double>(t1 - t0).count();
+}
+
+// Best seconds per iteration over `runs` runs of loop(n); `checksum` gets
+// the value of the last run.
+template <class Loop>
+double BestPerIteration(int runs, long n, double& checksum, Loop loop) {
+  double best = 1e300;
+  for (int r = 0; r < runs; ++r) {
+    auto t0 = Clock::now();
+    checksum = loop(n);
+    auto t1 = Clock::now();
+    best = std::min(best, Seconds(t0, t1) / static_cast<double>(n));
+  }
+  return best;
+}
+
+struct Timing {
+  double best_ms = 0;
+  double mean_ms = 0;
+};
+
+// Times each call of eval; `fresh_pages` hands all free heap memory back to
+// the system before every (untimed) call, so the evaluation pays for
+// first-touch page faults on whatever it allocates.
+template <class Eval>
+Timing TimeEach(int reps, bool fresh_pages, Eval eval) {
+  Timing t{1e300, 0};
+  for (int r = 0; r < reps; ++r) {
+    if (fresh_pages) malloc_trim(0);
+    auto t0 = Clock::now();
+    eval();
+    auto t1 = Clock::now();
+    double ms = Seconds(t0, t1) * 1e3;
+    t.best_ms = std::min(t.best_ms, ms);
+    t.mean_ms += ms;
+  }
+  t.mean_ms /= reps;
+  return t;
+}
+
+bool Close(double a, double b, double rel) {
+  return std::fabs(a - b) <= rel * std::max(std::fabs(a), std::fabs(b));
+}
+
+std::string CpuModel() {
+  std::ifstream in("/proc/cpuinfo");
+  std::string line;
+  while (std::getline(in, line)) {
+    if (line.rfind("model name", 0) == 0) {
+      auto p = line.find(':');
+      if (p != std::string::npos) return line.substr(p + 2);
+    }
+  }
+  utsname u{};
+  if (uname(&u) == 0) return u.machine;
+  return "unknown cpu";
+}
+
+// numpy peer -------------------------------------------------------------------
+
+struct NumpyResult {
+  bool ok = false;
+  std::string error;
+  std::string version;
+  Timing timing;
+  double checksum = 0;
+  std::map<long, double> samples;
+};
+
+std::string ShellQuote(const std::string& s) {
+  std::string q = "'";
+  for (char c : s) {
+    if (c == '\'')
+      q += "'\\''";
+    else
+      q += c;
+  }
+  return q + "'";
+}
+
+bool WriteDoubles(const std::string& path, const std::vector<double>& v) {
+  std::FILE* f = std::fopen(path.c_str(), "wb");
+  if (f == nullptr) return false;
+  bool ok = std::fwrite(v.data(), sizeof(double), v.size(), f) == v.size();
+  return std::fclose(f) == 0 && ok;
+}
+
+NumpyResult RunNumpy(const Options& o, const std::vector<double>& x,
+                     const std::vector<double>& y) {
+  NumpyResult res;
+  const char* tmp = std::getenv("TMPDIR");
+  std::string dir_template = std::string(tmp && *tmp ? tmp : "/tmp") + "/quorvix-bench-XXXXXX";
+  std::vector<char> dir(dir_template.begin(), dir_template.end());
+  dir.push_back('\0');
+  if (mkdtemp(dir.data()) == nullptr) {
+    res.error = "cannot make a temporary directory";
+    return res;
+  }
+  std::string xs = std::string(dir.data()) + "/x.f64";
+  std::string ys = std::string(dir.data()) + "/y.f64";
+  if (!WriteDoubles(xs, x) || !WriteDoubles(ys, y)) {
+    res.error = "cannot write the inputs";
+  } else {
+    // numpy's element-wise loops are single-threaded anyway; pin the BLAS
+    // pools too so nothing else competes for the two cores.
+    setenv("OMP_NUM_THREADS", "1", 1);
+    setenv("OPENBLAS_NUM_THREADS", "1", 1);
+    setenv("MKL_NUM_THREADS", "1", 1);
+    std::string cmd = ShellQuote(o.python) + " " + ShellQuote(o.numpy_script) + " " +
+                      ShellQuote(xs) + " " + ShellQuote(ys) + " " +
+                      std::to_string(o.vector_reps);
+    std::FILE* p = popen(cmd.c_str(), "r");
+    if (p == nullptr) {
+      res.error = "cannot start " + o.python;
+    } else {
+      char buf[512];
+      bool have_best = false, have_sum = false;
+      while (std::fgets(buf, sizeof buf, p) != nullptr) {
+        std::string line(buf);
+        while (!line.empty() && (line.back() == '\n' || line.back() == '\r')) line.pop_back();
+        auto eq = line.find('=');
+        if (eq == std::string::npos) continue;
+        std::string key = line.substr(0, eq), val = line.substr(eq + 1);
+        if (key == "numpy") {
+          res.version = val;
+        } else if (key == "best_ms") {
+          res.timing.best_ms = std::strtod(val.c_str(), nullptr);
+          have_best = true;
+        } else if (key == "mean_ms") {
+          res.timing.mean_ms = std::strtod(val.c_str(), nullptr);
+        } else if (key == "checksum") {
+          res.checksum = std::strtod(val.c_str(), nullptr);  // hex float
+          have_sum = true;
+        } else if (key == "sample") {
+          auto colon = val.find(':');
+          if (colon != std::string::npos)
+            res.samples[std::atol(val.substr(0, colon).c_str())] =
+                std::strtod(val.c_str() + colon + 1, nullptr);
+        }
+      }
+      int status = pclose(p);
+      if (status != 0 || !have_best || !have_sum)
+        res.error = "numpy peer failed (" + o.python + " " + o.numpy_script + ")";
+      else
+        res.ok = true;
+    }
+  }
+  std::remove(xs.c_str());
+  std::remove(ys.c_str());
+  rmdir(dir.data());
+  return res;
+}
+
+// Output -------------------------------------------------------------------------
+
+std::string Num(double v, int prec) {
+  char b[64];
+  std::snprintf(b, sizeof b, "%.*f", prec, v);
+  return b;
+}
+
+// 10000000 -> "1e7", 2000000 -> "2e6"; other counts as they are.
+std::string Count(long v) {
+  int e = 0;
+  long m = v;
+  while (m >= 10 && m % 10 == 0) {
+    m /= 10;
+    ++e;
+  }
+  if (e < 3 || m >= 10) return std::to_string(v);
+  return std::to_string(m) + "e" + std::to_string(e);
+}
+
+std::string Ratio(double a, double b) {
+  if (!(b > 0)) return "-";
+  return Num(a / b, 2) + "x";
+}
+
+void Row(const char* label, const char* unit, const std::string& q, const std::string& peer_name,
+         const std::string& peer, const std::string& floor, const std::string& q_peer,
+         const std::string& target, const std::string& verdict, const std::string& q_floor) {
+  std::printf("%-28s %-8s %10s  %-11s %10s  %10s  %9s  %-6s %-6s %9s\n", label, unit, q.c_str(),
+              peer_name.c_str(), peer.c_str(), floor.c_str(), q_peer.c_str(), target.c_str(),
+              verdict.c_str(), q_floor.c_str());
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  Options o;
+  if (!ParseOptions(argc, argv, o)) return 2;
+  const long n_scalar = std::max(1000L, static_cast<long>(10000000 * o.scale));
+  const long n_reparse = std::max(1000L, static_cast<long>(2000000 * o.scale));
+  bool honest = true;  // every correctness check passed
+
+  std::printf("quorvix benchmarks: %s build, %s, best of %d runs\n", QUORVIX_BENCH_BUILD_TYPE,
+              CpuModel().c_str(), o.runs);
+  std::fflush(stdout);
+
+  // 1. Parse once, evaluate many -------------------------------------------------
+  bench::QuorvixScalar qs;
+  double q_sum = 0, q_sv_sum = 0, mu_sum = 0, c_sum = 0;
+  bench::QuorvixParseOnce(qs, 100000);  // warm caches and the record pool
+  const double q_once = BestPerIteration(o.runs, n_scalar, q_sum, [&](long n) {
+    return bench::QuorvixParseOnce(qs, n);
+  });
+  double q_setvar = 0, mu_once = 0, c_once = 0;
+  std::string mu_version = "-";
+  if (!o.only_quorvix) {
+    q_setvar = BestPerIteration(o.runs, n_scalar, q_sv_sum, [&](long n) {
+      return bench::QuorvixParseOnceSetVariable(qs, n);
+    });
+    bench::MuparserScalar ms;
+    mu_version = ms.parser.GetVersion();
+    bench::MuparserLoop(ms, 100000);
+    mu_once = BestPerIteration(o.runs, n_scalar, mu_sum,
+                               [&](long n) { return bench::MuparserLoop(ms, n); });
+    bench::NativeScalarLoop(100000);
+    c_once = BestPerIteration(o.runs, n_scalar, c_sum,
+                              [](long n) { return bench::NativeScalarLoop(n); });
+    for (double other : {q_sv_sum, mu_sum, c_sum}) {
+      if (!Close(q_sum, other, 1e-12)) {
+        std::printf("MISMATCH scalar checksums: quorvix %.17g, other %.17g\n", q_sum, other);
+        honest = false;
+      }
+    }
+  }
+
+  // 2. Re-parsing evaluation -------------------------------------------------------
+  double r_sum = 0;
+  bench::QuorvixReparse(qs, 100000);
+  const double q_reparse = BestPerIteration(o.runs, n_reparse, r_sum, [&](long n) {
+    return bench::QuorvixReparse(qs, n);
+  });
+  {
+    double ref = bench::QuorvixParseOnce(qs, n_reparse);
+    if (!Close(r_sum, ref, 1e-12)) {
+      std::printf("MISMATCH re-parse checksum: %.17g vs %.17g\n", r_sum, ref);
+      honest = false;
+    }
+  }
+
+  // 3. Element-wise vector work ----------------------------------------------------
+  std::vector<double> x, y;
+  bench::MakeVectorInputs(static_cast<std::size_t>(o.vector_len), x, y);
+  const std::size_t n = x.size();
+  bench::QuorvixVector qv(x, y);
+  double qv_sum = 0;
+  std::vector<double> qv_samples;
+  auto sample_index = [n] {
+    return std::vector<long>{0, 1, 2, static_cast<long>(n / 3), static_cast<long>(n / 2),
+                             static_cast<long>(n - 2), static_cast<long>(n - 1)};
+  };
+  auto check_quorvix = [&](symtab* r) {
+    if (r == nullptr || r->type != SYM_ARRAY || r->data == nullptr ||
+        static_cast<std::size_t>(r->rows) * r->cols != n) {
+      std::fprintf(stderr, "quorvix vector evaluation failed: %s\n",
+                   MathParser::ErrorPending() ? MathParser::ErrorText().c_str()
+                                              : "wrong or no result");
+      std::exit(1);
+    }
+  };
+  {
+    symtab* r = bench::QuorvixVectorEval(qv);  // warm-up, and the values checked
+    check_quorvix(r);
+    qv_sum = bench::Sum(r->data, n);
+    for (long i : sample_index()) qv_samples.push_back(r->data[i]);
+    r->Delete();
+  }
+  // Two allocator regimes. "Reused": freed blocks stay in the heap, as in a
+  // host whose heap is busy; glibc's default would otherwise hand 8 MB blocks
+  // back and forth to the kernel depending on what else was allocated, which
+  // makes the figure depend on the order of the benchmarks. "Fresh pages":
+  // every evaluation first-touches the memory it allocates.
+  mallopt(M_MMAP_THRESHOLD, 256 << 20);
+  mallopt(M_TRIM_THRESHOLD, 1 << 30);
+  auto quorvix_once = [&] {
+    symtab* r = bench::QuorvixVectorEval(qv);
+    check_quorvix(r);
+    r->Delete();
+  };
+  quorvix_once();  // fills the heap the reused regime draws from
+  const Timing qv_t = TimeEach(o.vector_reps, false, quorvix_once);
+  const Timing qv_cold = TimeEach(o.vector_reps, true, quorvix_once);
+
+  Timing cv_t{}, cv_cold{};
+  NumpyResult np;
+  if (!o.only_quorvix) {
+    auto warm = bench::NativeVectorEval(x, y);
+    const double c_vsum = bench::Sum(warm.get(), n);
+    std::vector<long> idx = sample_index();
+    for (std::size_t k = 0; k < idx.size(); ++k) {
+      if (warm[idx[k]] != qv_samples[k]) {
+        std::printf("MISMATCH vector element %ld: quorvix %.17g, C++ %.17g\n", idx[k],
+                    qv_samples[k], warm[idx[k]]);
+        honest = false;
+      }
+    }
+    if (!Close(qv_sum, c_vsum, 1e-13)) {
+      std::printf("MISMATCH vector checksum: quorvix %.17g, C++ %.17g\n", qv_sum, c_vsum);
+      honest = false;
+    }
+    warm.reset();
+    volatile double sink = 0;
+    auto native_once = [&] {
+      auto out = bench::NativeVectorEval(x, y);
+      sink = sink + out[n / 2];
+    };
+    cv_t = TimeEach(o.vector_reps, false, native_once);
+    cv_cold = TimeEach(o.vector_reps, true, native_once);
+
+    if (o.numpy) {
+      np = RunNumpy(o, x, y);
+      if (np.ok) {
+        if (!Close(qv_sum, np.checksum, 1e-13)) {
+          std::printf("MISMATCH vector checksum: quorvix %.17g, numpy %.17g\n", qv_sum,
+                      np.checksum);
+          honest = false;
+        }
+        for (std::size_t k = 0; k < idx.size(); ++k) {
+          auto it = np.samples.find(idx[k]);
+          if (it == np.samples.end() || it->second != qv_samples[k]) {
+            std::printf("MISMATCH vector element %ld: quorvix %.17g, numpy %.17g\n", idx[k],
+                        qv_samples[k], it == np.samples.end() ? NAN : it->second);
+            honest = false;
+          }
+        }
+      } else {
+        std::printf("numpy peer unavailable: %s\n", np.error.c_str());
+      }
+    }
+  }
+
+  // Table -----------------------------------------------------------------------------
+  const bool peers = !o.only_quorvix;
+  auto verdict = [](double ratio, double target) { return ratio <= target ? "ok" : "MISS"; };
+  std::printf("\n");
+  Row("benchmark", "unit", "quorvix", "peer", "peer time", "plain C++", "q/peer", "target", "",
+      "q/C++");
+  const std::string l1 = "1 parse once, eval x" + Count(n_scalar);
+  const std::string l2 = "2 Evaluate(text) x" + Count(n_reparse);
+  const std::string l3 = "3 vector 1x" + Count(static_cast<long>(n)) + ", best";
+  Row(l1.c_str(), "ns/eval", Num(q_once * 1e9, 1), "muparser",
+      peers ? Num(mu_once * 1e9, 1) : "-", peers ? Num(c_once * 1e9, 1) : "-",
+      peers ? Ratio(q_once, mu_once) : "-", "<=3x", peers ? verdict(q_once / mu_once, 3) : "",
+      peers ? Ratio(q_once, c_once) : "-");
+  if (peers)
+    Row("  (a via SetVariable)", "ns/eval", Num(q_setvar * 1e9, 1), "muparser",
+        Num(mu_once * 1e9, 1), Num(c_once * 1e9, 1), Ratio(q_setvar, mu_once), "", "",
+        Ratio(q_setvar, c_once));
+  Row(l2.c_str(), "ns/eval", Num(q_reparse * 1e9, 1), "parse-once",
+      Num(q_once * 1e9, 1), peers ? Num(c_once * 1e9, 1) : "-", Ratio(q_reparse, q_once),
+      "<=2x", verdict(q_reparse / q_once, 2), peers ? Ratio(q_reparse, c_once) : "-");
+  const bool have_np = peers && np.ok;
+  Row(l3.c_str(), "ms/eval", Num(qv_t.best_ms, 3), "numpy",
+      have_np ? Num(np.timing.best_ms, 3) : "-", peers ? Num(cv_t.best_ms, 3) : "-",
+      have_np ? Ratio(qv_t.best_ms, np.timing.best_ms) : "-", "<=1x",
+      have_np ? verdict(qv_t.best_ms / np.timing.best_ms, 1) : "",
+      peers ? Ratio(qv_t.best_ms, cv_t.best_ms) : "-");
+  Row("  (mean)", "ms/eval", Num(qv_t.mean_ms, 3), "numpy",
+      have_np ? Num(np.timing.mean_ms, 3) : "-", peers ? Num(cv_t.mean_ms, 3) : "-",
+      have_np ? Ratio(qv_t.mean_ms, np.timing.mean_ms) : "-", "", "",
+      peers ? Ratio(qv_t.mean_ms, cv_t.mean_ms) : "-");
+  Row("  (fresh pages, best)", "ms/eval", Num(qv_cold.best_ms, 3), "numpy",
+      have_np ? Num(np.timing.best_ms, 3) : "-", peers ? Num(cv_cold.best_ms, 3) : "-",
+      have_np ? Ratio(qv_cold.best_ms, np.timing.best_ms) : "-", "", "",
+      peers ? Ratio(qv_cold.best_ms, cv_cold.best_ms) : "-");
+  std::printf("\n1: %s, %ld evaluations, a changes every time; peer muparser %s\n",
+              bench::kScalarFormula, n_scalar, mu_version.c_str());
+  std::printf("2: Evaluate(char*) of the same text, %ld times (parse cache)\n", n_reparse);
+  std::printf("3: %s, x and y 1x%zu, %d evaluations each; peer numpy %s in its own process,\n"
+              "   default allocator; quorvix and plain C++ run with freed heap memory kept for\n"
+              "   reuse, and again with it returned to the system before each evaluation\n",
+              bench::kVectorFormula, n, o.vector_reps, have_np ? np.version.c_str() : "-");
+  std::printf("results %s\n", peers ? (honest ? "agree across contenders (checksums, sampled "
+                                                "elements bit for bit)"
+                                              : "DISAGREE (see above)")
+                                    : "not cross-checked (peers skipped)");
+  return honest ? 0 : 1;
+}

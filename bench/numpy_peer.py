@@ -1,0 +1,55 @@
+#!/usr/bin/env python3
+"""numpy peer of the element-wise vector benchmark.
+
+Usage: numpy_peer.py XFILE YFILE REPS
+
+XFILE and YFILE hold the inputs as raw native float64, written by the C++
+benchmark so that both sides compute on the very same numbers. Prints
+key=value lines: the best and mean milliseconds of one evaluation of
+np.sqrt(np.abs(x + y) * 0.5), its sum, and a few elements (as float.hex,
+so the comparison is exact).
+"""
+import os
+import sys
+
+# One thread, like the evaluator it is compared with.
+for var in ("OMP_NUM_THREADS", "OPENBLAS_NUM_THREADS", "MKL_NUM_THREADS"):
+    os.environ[var] = "1"
+
+import time  # noqa: E402
+
+import numpy as np  # noqa: E402
+
+
+def main():
+    if len(sys.argv) != 4:
+        sys.stderr.write(__doc__)
+        return 2
+    x = np.fromfile(sys.argv[1], dtype=np.float64)
+    y = np.fromfile(sys.argv[2], dtype=np.float64)
+    reps = int(sys.argv[3])
+    if x.shape != y.shape:
+        sys.stderr.write("numpy_peer: inputs differ in length\n")
+        return 2
+
+    r = np.sqrt(np.abs(x + y) * 0.5)  # warm-up, as the C++ side does
+    times = []
+    for _ in range(reps):
+        t0 = time.perf_counter()
+        r = np.sqrt(np.abs(x + y) * 0.5)
+        times.append(time.perf_counter() - t0)
+
+    n = r.shape[0]
+    print("numpy=%s" % np.__version__)
+    print("n=%d" % n)
+    print("best_ms=%.6f" % (min(times) * 1e3))
+    print("mean_ms=%.6f" % (sum(times) / len(times) * 1e3))
+    # Plain left-to-right sum, as the C++ side computes it.
+    print("checksum=%s" % float.hex(float(np.add.accumulate(r)[-1])))
+    for i in sorted({0, 1, 2, n // 3, n // 2, n - 2, n - 1}):
+        print("sample=%d:%s" % (i, float.hex(float(r[i]))))
+    return 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())

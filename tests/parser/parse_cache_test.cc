@@ -1,0 +1,159 @@
+// The cache of parsed texts: results do not depend on it, and whatever can
+// change a parse (the registry, the escape option) is seen at once.
+#include "parser/math/parse_cache.h"
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "quorvix/math_parser.h"
+#include "template/value_format.h"
+
+namespace {
+
+std::string g_message;
+void Capture(const char* m) { g_message = m ? m : ""; }
+
+symtab* Tripled(sym_list* args) {
+  symtab* s = args->Take(0);
+  s->DropName();
+  s->value *= 3;
+  return s;
+}
+
+std::string Eval(MathParser& p, const std::string& text) {
+  g_message.clear();
+  symtab* v = p.Evaluate(text.c_str());
+  if (v == nullptr) return "error: " + g_message;
+  std::string out;
+  quorvix::FormatValue(*v, quorvix::ValueFormat{}, out);
+  v->Delete();
+  return out;
+}
+
+class ParseCacheTest : public testing::Test {
+ protected:
+  void SetUp() override {
+    saved_ = MathParser::err_fun;
+    MathParser::SetErrorFunction(Capture);
+  }
+  void TearDown() override {
+    quorvix::EnableParseCache(true);
+    MathParser::RemoveFunc("qvcache_fn");
+    MathParser::SetErrorFunction(saved_);
+  }
+  ErrorFunc saved_ = nullptr;
+};
+
+const char* const kTexts[] = {
+    "n=2", "n*3+1", "v={1,2,3}", "v[1]", "v[{2,0}]", "n++", "n", "s=\"a\\tb\"", "s+\"c\"",
+    "1 ? n : 0", "0:1:0.25", "@printable(n^2)", "@derivative(n^3)", "1+", "(n", "v[5]",
+    "x", "n+=1", "n"};
+
+TEST_F(ParseCacheTest, ResultsAreTheSameWithTheCacheOnAndOff) {
+  std::vector<std::string> uncached, cached_first, cached_again;
+  quorvix::EnableParseCache(false);
+  {
+    MathParser p;
+    for (const char* t : kTexts) uncached.push_back(Eval(p, t));
+  }
+  quorvix::EnableParseCache(true);
+  {
+    MathParser p;
+    for (const char* t : kTexts) cached_first.push_back(Eval(p, t));
+  }
+  {
+    MathParser p;
+    for (const char* t : kTexts) cached_again.push_back(Eval(p, t));
+  }
+  EXPECT_EQ(cached_first, uncached);
+  EXPECT_EQ(cached_again, uncached);
+}
+
+TEST_F(ParseCacheTest, RegisteringAFunctionMakesItsNameCallableInAParsedText) {
+  MathParser p;
+  EXPECT_EQ(Eval(p, "qvcache_fn(2)"), "error: Syntax error");
+  ASSERT_EQ(MathParser::AddFunc("qvcache_fn", Tripled, 1), 0);
+  EXPECT_EQ(Eval(p, "qvcache_fn(2)"), "6");
+  MathParser::RemoveFunc("qvcache_fn");
+  EXPECT_EQ(Eval(p, "qvcache_fn(2)"), "error: Syntax error");
+}
+
+TEST_F(ParseCacheTest, VariableOfTheSameNameStaysAVariable) {
+  MathParser p;
+  EXPECT_EQ(Eval(p, "qvcache_fn=4"), "");
+  EXPECT_EQ(Eval(p, "qvcache_fn"), "4");
+  ASSERT_EQ(MathParser::AddFunc("qvcache_fn", Tripled, 1), 0);
+  EXPECT_EQ(Eval(p, "qvcache_fn"), "4");
+  EXPECT_EQ(Eval(p, "qvcache_fn(qvcache_fn)"), "12");
+}
+
+TEST_F(ParseCacheTest, KeptExpressionOfARemovedFunctionFailsCleanly) {
+  MathParser p;
+  ASSERT_EQ(MathParser::AddFunc("qvcache_fn", Tripled, 1), 0);
+  std::unique_ptr<MathParserExpression> e(p.CreateExpression("qvcache_fn(5)"));
+  ASSERT_NE(e, nullptr);
+  MathParser::RemoveFunc("qvcache_fn");
+  g_message.clear();
+  EXPECT_EQ(p.Evaluate(e.get()), nullptr);
+  EXPECT_EQ(g_message, "Unknown function");
+  ASSERT_EQ(MathParser::AddFunc("qvcache_fn", Tripled, 1), 0);
+  symtab* v = p.Evaluate(e.get());
+  ASSERT_NE(v, nullptr);
+  EXPECT_EQ(v->value, 15);
+  v->Delete();
+}
+
+TEST_F(ParseCacheTest, EscapeOptionChangesTheParseOfTheSameText) {
+  MathParser p;
+  const std::string text = "\"a\\\\\"+\"b\"";  // "a\\"+"b"
+  EXPECT_EQ(Eval(p, text), "a\\b");
+  p.AllowEscapeCharactersInStrings(false);
+  EXPECT_EQ(Eval(p, text), "a\\\\b");
+  p.AllowEscapeCharactersInStrings(true);
+  EXPECT_EQ(Eval(p, text), "a\\b");
+}
+
+// One cached tree serves every parser: each evaluation must read the
+// variables of the parser that evaluates it.
+TEST_F(ParseCacheTest, SharedTreeReadsTheVariablesOfEachParser) {
+  MathParser p, q;
+  EXPECT_EQ(Eval(p, "qvc_a=1"), "");
+  EXPECT_EQ(Eval(q, "qvc_a=2"), "");
+  EXPECT_EQ(Eval(p, "qvc_a*10"), "10");
+  EXPECT_EQ(Eval(q, "qvc_a*10"), "20");
+  EXPECT_EQ(Eval(p, "qvc_a*10"), "10");
+  p.ClearVariable("qvc_a");
+  EXPECT_EQ(Eval(p, "qvc_a*10"), "error: Invalid multiplication type");
+  symtab a;
+  a.SetName("qvc_a");
+  a.SetScalar(3);
+  p.AddVariable(&a);
+  EXPECT_EQ(Eval(p, "qvc_a*10"), "30");
+  q.ClearStack();
+  EXPECT_EQ(Eval(q, "qvc_a*10"), "error: Invalid multiplication type");
+}
+
+TEST_F(ParseCacheTest, ParserMadeAfterAnotherIsGoneDoesNotSeeItsVariables) {
+  for (int round = 0; round < 3; ++round) {
+    MathParser p;
+    EXPECT_EQ(Eval(p, "qvc_gone"), "error: Unknown symbol \"qvc_gone\"") << round;
+    EXPECT_EQ(Eval(p, "qvc_gone=7"), "");
+    EXPECT_EQ(Eval(p, "qvc_gone"), "7");
+  }
+}
+
+TEST_F(ParseCacheTest, ClearingTheCacheKeepsKeptExpressionsAlive) {
+  MathParser p;
+  std::unique_ptr<MathParserExpression> e(p.CreateExpression("{1,2,3}[2]"));
+  ASSERT_NE(e, nullptr);
+  quorvix::ClearParseCache();
+  symtab* v = p.Evaluate(e.get());
+  ASSERT_NE(v, nullptr);
+  EXPECT_EQ(v->value, 3);
+  v->Delete();
+}
+
+}  // namespace
