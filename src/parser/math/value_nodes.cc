@@ -1,5 +1,9 @@
 #include "parser/math/value_nodes.h"
 
+#include <strings.h>
+
+#include "parser/math/operator_nodes.h"
+
 #include <algorithm>
 #include <cstdio>
 
@@ -174,6 +178,63 @@ void SymbolicFunctionNode::evaluate(symtab& result) {
 
 void SymbolicFunctionNode::collectVariables(std::vector<std::string>& names) const {
   for (const auto& a : args_) a->collectVariables(names);
+}
+
+namespace {
+
+NodePtr Num(const Node& at, double v) {
+  return std::make_unique<MathParser_NS::DoubleValueNode>(at.adaptor(), at.position(), v);
+}
+
+template <typename N>
+NodePtr Bin(const Node& at, NodePtr l, NodePtr r) {
+  return N::make(at.adaptor(), at.position(), std::move(l), std::move(r));
+}
+
+NodePtr Fn(const Node& at, const char* name, NodePtr arg) {
+  std::vector<NodePtr> args;
+  args.push_back(std::move(arg));
+  return std::make_unique<SymbolicFunctionNode>(at.adaptor(), at.position(), name,
+                                                std::move(args));
+}
+
+}  // namespace
+
+NodePtr SymbolicFunctionNode::derivative(const std::string& variable) const {
+  using namespace MathParser_NS;
+  auto is = [this](const char* n) { return strcasecmp(name_.c_str(), n) == 0; };
+  if (is("pow") && args_.size() == 2) {
+    ExponentialNode power(adaptor_, position_, args_[0]->clone(), args_[1]->clone());
+    return power.derivative(variable);
+  }
+  if (args_.size() != 1) throw ParserCore_NS::Error("Undefined derivative", position_);
+  const Node& u = *args_[0];
+  NodePtr du = u.derivative(variable);
+  if (is("log") || is("ln")) return Bin<DivisionNode>(*this, std::move(du), u.clone());
+  if (is("exp")) return Bin<MultiplicationNode>(*this, Fn(*this, "exp", u.clone()), std::move(du));
+  if (is("sin")) return Bin<MultiplicationNode>(*this, Fn(*this, "cos", u.clone()), std::move(du));
+  if (is("cos"))
+    return Bin<MultiplicationNode>(
+        *this,
+        std::make_unique<UnaryMinusNode>(adaptor_, position_, Fn(*this, "sin", u.clone())),
+        std::move(du));
+  if (is("sqrt"))
+    return Bin<DivisionNode>(*this, std::move(du),
+                             Bin<MultiplicationNode>(*this, Num(*this, 2.0),
+                                                     Fn(*this, "sqrt", u.clone())));
+  throw ParserCore_NS::Error("Undefined derivative", position_);
+}
+
+NodePtr SymbolicFunctionNode::simplify() {
+  for (auto& a : args_)
+    if (NodePtr s = a->simplify()) a = std::move(s);
+  if (strcasecmp(name_.c_str(), "pow") == 0 && args_.size() == 2) {
+    NodePtr power = MathParser_NS::ExponentialNode::make(adaptor_, position_, std::move(args_[0]),
+                                                          std::move(args_[1]));
+    if (NodePtr s = power->simplify()) return s;
+    return power;
+  }
+  return nullptr;
 }
 
 NodePtr SymbolicFunctionNode::clone() const {

@@ -122,6 +122,11 @@ class SymbolicFunctionNode : public Node {
            adaptor_.callScalar(name_, cache_, x, out);
   }
   void collectVariables(std::vector<std::string>& names) const override;
+  // pow, log/ln, exp, sin, cos and sqrt of one expression have derivatives;
+  // other calls raise "Undefined derivative".
+  NodePtr derivative(const std::string& variable) const override;
+  // pow(a, b) becomes a^b, which evaluates without a registered "pow".
+  NodePtr simplify() override;
   NodePtr clone() const override;
   void print(std::string& out) const override;
   const std::string& name() const { return name_; }
