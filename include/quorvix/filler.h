@@ -23,6 +23,7 @@ namespace quorvix {
 struct Macro;
 struct SourceFrame;
 struct StatementTable;
+class ExpressionCache;
 }  // namespace quorvix
 
 class FillerBase {
@@ -85,8 +86,16 @@ class FillerBase {
   // Brace groups and expressions ----------------------------------------------
   int fill_brace();
   int fill_brace_expr();
-  char* expr_to_string();
+  // Reads an expression with its optional format and style and appends the
+  // value's text; false when the fill must stop (the error is reported).
+  bool expr_to_string(std::string& text);
   char* balance(char** pos);
+  std::string BalanceText(char** pos);
+  // Balances and evaluates the expression at *pos (execution must be on).
+  // Loop bodies are read again on every pass, so the parsed expression is
+  // remembered by its place in the text and reused while that text is the
+  // same. Null after a failed evaluation (the parser holds the message).
+  symtab* EvaluateText(char** pos);
   // Reads one expression (in parentheses, or up to a terminator on the line)
   // and evaluates it when execution is on. `syntax_failed` is set when a
   // missing ')' was reported.
@@ -194,6 +203,7 @@ class FillerBase {
   // text: the brace group being read is over.
   bool leave_group_ = false;
   bool in_format_statement_ = false;
+  std::unique_ptr<quorvix::ExpressionCache> expression_cache_;
 };
 
 class Filler : public FillerBase {

@@ -58,6 +58,9 @@ class MathParser {
   symtab* Evaluate(const char* text) { return Evaluate(const_cast<char*>(text)); }
   MathParserExpression* CreateExpression(const char* text);
   symtab* Evaluate(MathParserExpression* expr);
+  // As above, and `text` (the expression's source, `length` bytes) is kept
+  // as the expression text that error reports quote.
+  symtab* Evaluate(MathParserExpression* expr, const char* text, std::size_t length);
 
   // Variables -----------------------------------------------------------
   int AddVariable(symtab* v);
@@ -146,6 +149,9 @@ class MathParser {
 
  private:
   symtab* EvaluateTree(const std::shared_ptr<quorvix::ParsedTree>& tree);
+  void StoreExpressionText(const char* text, std::size_t length);
+  template <typename Body>
+  symtab* Guarded(int position_offset, Body body);
   void CopyFrom(const MathParser& other);
   static void StoreEntry(funtab* entry);
   static char* _PreprocessForHiChar(const char* text);
@@ -157,6 +163,7 @@ class MathParser {
   int eval_word3_ = 0;
   char* error_message_ = nullptr;
   char* expression_text_ = nullptr;
+  std::size_t expression_capacity_ = 0;
   int unused_word_ = 0;
   std::map<std::string, symtab*, std::less<>> variables_;  // looked up by const char* without a copy
   int num_get_funcs_ = 0;

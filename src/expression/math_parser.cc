@@ -102,32 +102,36 @@ MathParser::~MathParser() {
 
 // Evaluation ---------------------------------------------------------------
 
-symtab* MathParser::Evaluate(char* text) {
-  last_result_ = nullptr;
-  eval_word1_ = eval_word2_ = eval_word3_ = 0;
-  // The same text again (a loop body) keeps its copy.
-  if (expression_text_ == nullptr || std::strcmp(expression_text_, text ? text : "") != 0) {
-    char* copy = newstrdup(text ? text : "");
+void MathParser::StoreExpressionText(const char* text, std::size_t length) {
+  // The copy of the text reuses its buffer when the new text fits.
+  if (expression_text_ == nullptr || length >= expression_capacity_) {
+    char* copy = new char[length + 16];
     delete[] expression_text_;
     expression_text_ = copy;
+    expression_capacity_ = length + 16;
   }
+  std::memmove(expression_text_, text, length);
+  expression_text_[length] = '\0';
+}
+
+// Runs `body` (which parses and/or evaluates) with this parser current,
+// turning every failure into a report and a null result.
+template <typename Body>
+symtab* MathParser::Guarded(int position_offset, Body body) {
+  last_result_ = nullptr;
+  eval_word1_ = eval_word2_ = eval_word3_ = 0;
   if (error_message_ != nullptr) {
     delete[] error_message_;
     error_message_ = nullptr;
   }
-
   CurrentParserScope scope(this);
   error_text_.clear();
   symtab* result = nullptr;
-  const char* p = expression_text_;
-  while (*p == ' ' || *p == '\t' || *p == '\n' || *p == '\v' || *p == '\f' || *p == '\r') ++p;
   try {
-    std::shared_ptr<quorvix::ParsedTree> tree =
-        quorvix::ParseExpression(p, allow_escape_characters_);
-    result = EvaluateTree(tree);
+    result = body();
   } catch (const ParserCore_NS::Error& e) {
     // Positions count from the start of the text as given.
-    error_position_ = static_cast<int>(p - expression_text_) + (e.position() < 0 ? 0 : e.position());
+    error_position_ = position_offset + (e.position() < 0 ? 0 : e.position());
     Report(this, e.message().c_str());
   } catch (int) {
     // An integer thrown inside ends the evaluation silently.
@@ -139,6 +143,24 @@ symtab* MathParser::Evaluate(char* text) {
   }
   last_result_ = result;
   return result;
+}
+
+static int LeadingBlanks(const char* p) {
+  int n = 0;
+  while (p[n] == ' ' || p[n] == '\t' || p[n] == '\n' || p[n] == '\v' || p[n] == '\f' ||
+         p[n] == '\r')
+    ++n;
+  return n;
+}
+
+symtab* MathParser::Evaluate(char* text) {
+  const char* source = text ? text : "";
+  StoreExpressionText(source, std::strlen(source));
+  const int skip = LeadingBlanks(expression_text_);
+  return Guarded(skip, [&] {
+    return EvaluateTree(
+        quorvix::ParseExpression(expression_text_ + skip, allow_escape_characters_));
+  });
 }
 
 MathParserExpression* MathParser::CreateExpression(const char* text) {
@@ -154,23 +176,13 @@ MathParserExpression* MathParser::CreateExpression(const char* text) {
 
 symtab* MathParser::Evaluate(MathParserExpression* expr) {
   if (expr == nullptr || !expr->tree()) return nullptr;
-  last_result_ = nullptr;
-  CurrentParserScope scope(this);
-  error_text_.clear();
-  symtab* result = nullptr;
-  try {
-    result = EvaluateTree(expr->tree());
-  } catch (const ParserCore_NS::Error& e) {
-    error_position_ = e.position() < 0 ? 0 : e.position();
-    Report(this, e.message().c_str());
-  } catch (int) {
-  } catch (const std::bad_alloc&) {
-    Report(this, "Out of memory");
-  } catch (...) {
-    Report(this, "Internal error");
-  }
-  last_result_ = result;
-  return result;
+  return Guarded(0, [&] { return EvaluateTree(expr->tree()); });
+}
+
+symtab* MathParser::Evaluate(MathParserExpression* expr, const char* text, std::size_t length) {
+  if (expr == nullptr || !expr->tree()) return nullptr;
+  StoreExpressionText(text, length);
+  return Guarded(LeadingBlanks(expression_text_), [&] { return EvaluateTree(expr->tree()); });
 }
 
 symtab* MathParser::EvaluateTree(const std::shared_ptr<quorvix::ParsedTree>& tree) {

@@ -6,6 +6,7 @@
 
 #include "quorvix/filler.h"
 #include "template/engine_types.h"
+#include "template/expression_cache.h"
 #include "template/statement_table.h"
 #include "template/value_format.h"
 #include "util/output_stream.h"
@@ -110,10 +111,9 @@ int FillerBase::fill_brace_expr() {
       }
     }
   }
-  char* text = expr_to_string();
-  if (text == nullptr) return 1;
-  if (IsFalse() == 0 && text[0] != '\0') WriteText(text, std::strlen(text));
-  delete[] text;
+  std::string text;
+  if (!expr_to_string(text)) return 1;
+  if (IsFalse() == 0 && !text.empty()) WriteText(text.data(), text.size());
   return 0;
 }
 
@@ -289,18 +289,35 @@ int FillerBase::ReadFormat(std::string& format, char& letter, int& style, bool s
   return 1;
 }
 
-char* FillerBase::expr_to_string() {
-  char* expr = balance(&read_pos_);
+symtab* FillerBase::EvaluateText(char** pos) {
+  char* start = *pos;
+  const bool escapes = parser_->AllowEscapeCharactersInStrings();
+  if (!expression_cache_) expression_cache_ = std::make_unique<quorvix::ExpressionCache>();
+  if (auto* e = expression_cache_->Find(start, escapes)) {
+    const std::size_t length = e->source.size() - 1;
+    *pos = start + length;
+    return parser_->Evaluate(e->expression.get(), start, length);
+  }
+  std::string text = BalanceText(pos);
+  symtab* value = parser_->Evaluate(text.data());
+  if (value != nullptr) {
+    std::unique_ptr<MathParserExpression> parsed(parser_->CreateExpression(text.c_str()));
+    if (parsed) expression_cache_->Remember(start, text, **pos, std::move(parsed), escapes);
+  }
+  return value;
+}
+
+bool FillerBase::expr_to_string(std::string& text) {
   symtab* value = nullptr;
-  if (IsFalse() == 0) {
-    value = parser_->Evaluate(expr);
+  if (IsFalse() != 0) {
+    BalanceText(&read_pos_);
+  } else {
+    value = EvaluateText(&read_pos_);
     if (value == nullptr) {
-      delete[] expr;
       expression_error(parser_);
-      return nullptr;
+      return false;
     }
   }
-  delete[] expr;
 
   std::string format;
   char letter = format_letter_;
@@ -310,23 +327,22 @@ char* FillerBase::expr_to_string() {
     error_stream_->puts("Undefined value type");
     error_stream_->endl();
     value->Delete();
-    return nullptr;
+    return false;
   }
   format = is_string ? string_format_ : number_format_;
   if (is_string) letter = 's';
   if (ReadFormat(format, letter, style, false)) {
     if (value) value->Delete();
-    return nullptr;
+    return false;
   }
-  if (value == nullptr) return new char[1]{'\0'};
+  if (value == nullptr) return true;
 
-  std::string text;
   if (is_string && letter != 's') {
     error_stream_->puts("unsuported format type");
     error_stream_->endl();
     recover();
     value->Delete();
-    return nullptr;
+    return false;
   }
   quorvix::ValueFormat vf;
   vf.letter = letter;
@@ -343,11 +359,9 @@ char* FillerBase::expr_to_string() {
     error_stream_->put(letter);
     error_stream_->puts("'");
     error_stream_->endl();
-    return nullptr;
+    return false;
   }
-  char* out = new char[text.size() + 1];
-  std::memcpy(out, text.c_str(), text.size() + 1);
-  return out;
+  return true;
 }
 
 int FillerBase::st_format() {
@@ -362,7 +376,7 @@ int FillerBase::st_format() {
   return r;
 }
 
-char* FillerBase::balance(char** pos) {
+std::string FillerBase::BalanceText(char** pos) {
   const char* p = *pos;
   const char* start = p;
   int depth = 0;
@@ -382,11 +396,14 @@ char* FillerBase::balance(char** pos) {
     if ((c == ')' || c == ']' || c == '}') && depth > 0) --depth;
     ++p;
   }
-  std::size_t n = static_cast<std::size_t>(p - start);
-  char* out = new char[n + 1];
-  std::memcpy(out, start, n);
-  out[n] = '\0';
   *pos = const_cast<char*>(p);
+  return std::string(start, static_cast<std::size_t>(p - start));
+}
+
+char* FillerBase::balance(char** pos) {
+  std::string text = BalanceText(pos);
+  char* out = new char[text.size() + 1];
+  std::memcpy(out, text.c_str(), text.size() + 1);
   return out;
 }
 
@@ -395,12 +412,11 @@ symtab* FillerBase::evaluate(bool* syntax_failed) {
   MathParser::ClearError();
   parser_->SetErrorMessage(nullptr);
   SkipBlanks();
-  char* text = nullptr;
+  std::string text;
   if (*read_pos_ == '(') {
     ++read_pos_;
-    text = balance(&read_pos_);
+    text = BalanceText(&read_pos_);
     if (*read_pos_ != ')') {
-      delete[] text;
       SyntaxError("')' expected following expression");
       if (syntax_failed != nullptr) *syntax_failed = true;
       return nullptr;
@@ -414,12 +430,10 @@ symtab* FillerBase::evaluate(bool* syntax_failed) {
       saved = *line_end;
       *line_end = '\0';
     }
-    text = balance(&read_pos_);
+    text = BalanceText(&read_pos_);
     if (line_end != nullptr) *line_end = saved;
   }
-  symtab* value = IsFalse() == 0 ? parser_->Evaluate(text) : nullptr;
-  delete[] text;
-  return value;
+  return IsFalse() == 0 ? parser_->Evaluate(text.data()) : nullptr;
 }
 
 void FillerBase::error() {

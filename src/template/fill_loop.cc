@@ -288,9 +288,11 @@ int FillerBase::Pop(int at_loop_end, MathParser* parser) {
       MathParser::ClearError();
       if (f->loop_step != nullptr) {
         char* pos = f->loop_step;
-        char* step = balance(&pos);
-        symtab* v = IsFalse() == 0 ? parser->Evaluate(step) : nullptr;
-        delete[] step;
+        symtab* v = nullptr;
+        if (IsFalse() == 0)
+          v = EvaluateText(&pos);
+        else
+          BalanceText(&pos);
         if (v == nullptr && parser->ErrorMessage() != nullptr && IsFalse() == 0) {
           expression_error(parser);
           return 1;
@@ -298,9 +300,11 @@ int FillerBase::Pop(int at_loop_end, MathParser* parser) {
         if (v != nullptr) v->Delete();
       }
       char* pos = f->loop_condition;
-      char* condition = balance(&pos);
-      symtab* v = IsFalse() == 0 ? parser->Evaluate(condition) : nullptr;
-      delete[] condition;
+      symtab* v = nullptr;
+      if (IsFalse() == 0)
+        v = EvaluateText(&pos);
+      else
+        BalanceText(&pos);
       if (v == nullptr && parser->ErrorMessage() != nullptr && IsFalse() == 0) {
         expression_error(parser);
         return 1;

@@ -5,6 +5,7 @@
 
 #include "quorvix/filler.h"
 #include "template/engine_types.h"
+#include "template/expression_cache.h"
 #include "util/output_stream.h"
 
 namespace {
@@ -138,6 +139,8 @@ char* FillerBase::p_Fill(char** errors) {
     return_code_ = nullptr;
   }
   error_stream_->clear();
+  // Buffers of earlier fills are gone; so are the places they held.
+  if (expression_cache_) expression_cache_->Clear();
   page_state_[0] = -1;
   page_state_[1] = 25;
   page_state_[2] = 0;

@@ -1,6 +1,10 @@
 #include "template/value_format.h"
 
+#include <charconv>
+#include <cmath>
 #include <cstdio>
+#include <cstdlib>
+#include <cstring>
 
 namespace quorvix {
 
@@ -30,9 +34,120 @@ long long Truncate(double v) {
   return static_cast<long long>(v);
 }
 
+// Lays out `n` significant digits with decimal exponent `exponent` the way
+// printf's "%g" does (trailing zeros already removed).
+void LayoutG(bool negative, const char* digits, int n, int exponent, std::string& out) {
+  char buf[48];
+  int k = 0;
+  if (negative) buf[k++] = '-';
+  if (exponent < -4 || exponent >= 6) {
+    buf[k++] = digits[0];
+    if (n > 1) {
+      buf[k++] = '.';
+      for (int i = 1; i < n; ++i) buf[k++] = digits[i];
+    }
+    buf[k++] = 'e';
+    buf[k++] = exponent < 0 ? '-' : '+';
+    int x = exponent < 0 ? -exponent : exponent;
+    if (x >= 100) buf[k++] = static_cast<char>('0' + x / 100);
+    buf[k++] = static_cast<char>('0' + x / 10 % 10);
+    buf[k++] = static_cast<char>('0' + x % 10);
+  } else if (exponent >= 0) {
+    for (int i = 0; i <= exponent; ++i) buf[k++] = i < n ? digits[i] : '0';
+    if (n > exponent + 1) {
+      buf[k++] = '.';
+      for (int i = exponent + 1; i < n; ++i) buf[k++] = digits[i];
+    }
+  } else {
+    buf[k++] = '0';
+    buf[k++] = '.';
+    for (int i = 0; i < -exponent - 1; ++i) buf[k++] = '0';
+    for (int i = 0; i < n; ++i) buf[k++] = digits[i];
+  }
+  out.append(buf, static_cast<std::size_t>(k));
+}
+
+// "%g" (six significant digits) without printf. The value is scaled by an
+// exact power of ten in extended precision, whose error is far below the
+// rounding step; a value too close to a rounding tie, or out of the range
+// of exact powers, is left to the exact path. Returns false then.
+bool FastG(double value, std::string& out) {
+  if (!(value == value) || value == 1.0 / 0.0 || value == -1.0 / 0.0) return false;
+  const bool negative = std::signbit(value);
+  if (value == 0.0) {
+    out += negative ? "-0" : "0";
+    return true;
+  }
+  static const long double kPowers[] = {
+      1e0L,  1e1L,  1e2L,  1e3L,  1e4L,  1e5L,  1e6L,  1e7L,  1e8L,  1e9L,
+      1e10L, 1e11L, 1e12L, 1e13L, 1e14L, 1e15L, 1e16L, 1e17L, 1e18L, 1e19L,
+      1e20L, 1e21L, 1e22L, 1e23L, 1e24L, 1e25L, 1e26L, 1e27L};
+  const long double a = std::fabs(static_cast<long double>(value));
+  int exponent = static_cast<int>(std::floor(std::log10(std::fabs(value))));
+  for (int attempt = 0; attempt < 3; ++attempt) {
+    const int shift = exponent - 5;
+    if (shift < -27 || shift > 27) return false;
+    const long double scaled = shift >= 0 ? a / kPowers[shift] : a * kPowers[-shift];
+    if (scaled < 99999.5L) {
+      --exponent;
+      continue;
+    }
+    if (scaled >= 999999.5L) {
+      ++exponent;
+      continue;
+    }
+    const long double whole = std::floor(scaled);
+    const long double fraction = scaled - whole;
+    if (std::fabs(fraction - 0.5L) < 1e-6L) return false;
+    long long d = static_cast<long long>(whole) + (fraction > 0.5L ? 1 : 0);
+    char digits[8];
+    for (int i = 5; i >= 0; --i) {
+      digits[i] = static_cast<char>('0' + d % 10);
+      d /= 10;
+    }
+    int n = 6;
+    while (n > 1 && digits[n - 1] == '0') --n;
+    LayoutG(negative, digits, n, exponent, out);
+    return true;
+  }
+  return false;
+}
+
+// The plain conversions "%g", "%f", "%e" and "%d" are the common case of
+// template output; to_chars writes the same bytes as printf for them, much
+// faster. Returns false for any other format.
+bool FastFormat(double value, const char* format, std::string& out) {
+  if (format[0] != '%' || format[1] == '\0' || format[2] != '\0') return false;
+  char buf[64];
+  std::to_chars_result r{};
+  switch (format[1]) {
+    case 'g':
+      if (FastG(value, out)) return true;
+      r = std::to_chars(buf, buf + sizeof buf, value, std::chars_format::general, 6);
+      break;
+    case 'f':
+      if (!(value > -1e15 && value < 1e15)) return false;  // long or special texts: printf
+      r = std::to_chars(buf, buf + sizeof buf, value, std::chars_format::fixed, 6);
+      break;
+    case 'e': r = std::to_chars(buf, buf + sizeof buf, value, std::chars_format::scientific, 6); break;
+    case 'd':
+      if (!(value > -2147483648.0 && value < 2147483648.0)) return false;
+      r = std::to_chars(buf, buf + sizeof buf, static_cast<int>(value));
+      break;
+    default:
+      return false;
+  }
+  if (r.ec != std::errc()) return false;
+  // printf spells the special values without a sign for NaN's payload.
+  if (!(value == value) || value == 1.0 / 0.0 || value == -1.0 / 0.0) return false;
+  out.append(buf, static_cast<std::size_t>(r.ptr - buf));
+  return true;
+}
+
 }  // namespace
 
 bool FormatDouble(double value, const char* format, char letter, std::string& out) {
+  if (FastFormat(value, format, out)) return true;
   switch (letter) {
     case 'e': case 'f': case 'g': case 'E': case 'F': case 'G':
       Print(out, format, value);

@@ -80,7 +80,16 @@ class SymtabAdaptor {
   virtual void assign(const std::string& name, std::vector<symtab>& subscripts,
                       const symtab& value, int pos) = 0;
   virtual bool allowEscapes() = 0;
-  virtual const symtab* peekArray(const std::string&, VariableCache&) { return nullptr; }
+  // Stores a whole variable, looked up through the node's memo.
+  virtual void assignVariable(const std::string& name, VariableCache& cache, const symtab& value,
+                              int pos) = 0;
+  // The variable's own record (numeric array or strings), read-only; null
+  // for anything else.
+  virtual const symtab* peekValue(const std::string&, VariableCache&) { return nullptr; }
+  // Element (or row) of `base` by one or two indices into `out`, leaving the
+  // base untouched; the messages are those of subscript().
+  virtual void subscriptOf(const symtab& base, const unsigned* indices, int count, symtab& out,
+                           int pos) = 0;
   virtual bool readScalar(const std::string&, VariableCache&, double&) { return false; }
   virtual bool callScalar(const std::string&, FunctionCache&, double, double&) { return false; }
 

@@ -67,9 +67,9 @@ class Node {
   // Computes the node's value into `result` (an empty or reusable slot).
   virtual void evaluate(symtab& result) = 0;
   virtual bool evaluateScalar(double&) { return false; }
-  // The variable's own array record, read-only, when this node is a plain
-  // reference to an array variable.
-  virtual const symtab* peekArray() { return nullptr; }
+  // The variable's own record (array or strings), read-only, when this node
+  // is a plain reference to such a variable.
+  virtual const symtab* peekValue() { return nullptr; }
   virtual NodePtr derivative(const std::string& variable) const;
   virtual void collectVariables(std::vector<std::string>& names) const;
   virtual NodePtr clone() const = 0;

@@ -27,7 +27,10 @@ class AssignNode : public BinaryOperatorNode {
   }
   NodeClass classType() const override { return S.cls; }
   void evaluate(symtab& result) override {
-    if (S.op == nullptr) {
+    double d;
+    if (S.op == nullptr && right_->evaluateScalar(d)) {
+      result.SetScalar(d);
+    } else if (S.op == nullptr) {
       right_->evaluate(result);
     } else {
       left_->evaluate(result);

@@ -95,13 +95,13 @@ class ArithmeticNode : public BinaryOperatorNode {
   bool fusedArray(symtab& result) {
     const NodeClass rc = right_->classType();
     if (rc != NodeClass::kReference && rc != NodeClass::kDoubleValue) return false;
-    const symtab* l = left_->peekArray();
-    if (l == nullptr) return false;
+    const symtab* l = left_->peekValue();
+    if (l == nullptr || l->type != SYM_ARRAY) return false;
     const std::size_t n = static_cast<std::size_t>(l->rows) * static_cast<std::size_t>(l->cols);
     const double* a = l->data;
     const bool sub = S.cls == NodeClass::kSubtraction;
-    if (const symtab* r = right_->peekArray()) {
-      if (r->rows != l->rows || r->cols != l->cols) return false;
+    if (const symtab* r = right_->peekValue()) {
+      if (r->type != SYM_ARRAY || r->rows != l->rows || r->cols != l->cols) return false;
       const double* b = r->data;
       double* d = result.SetArray(l->rows, l->cols);
       if (sub)
@@ -160,6 +160,16 @@ class ComparisonNode : public BinaryOperatorNode {
     symtab right;
     right_->evaluate(right);
     adaptor_.compare(result, right, S.relation, position_);
+  }
+  bool evaluateScalar(double& out) override {
+    double l, r;
+    if (!left_->evaluateScalar(l) || !right_->evaluateScalar(r)) return false;
+    const unsigned rel = l < r ? quorvix::ops::kLess : l > r ? quorvix::ops::kGreater
+                       : l == r ? quorvix::ops::kEqual : 0u;
+    // NaN stands in no relation, so only "!=" holds for it.
+    out = rel == 0u ? (S.relation == (quorvix::ops::kLess | quorvix::ops::kGreater) ? 1.0 : 0.0)
+                    : ((S.relation & rel) != 0 ? 1.0 : 0.0);
+    return true;
   }
   NodePtr derivative(const std::string&) const override {
     throw ParserCore_NS::Error("Illegal differentiation", position_);

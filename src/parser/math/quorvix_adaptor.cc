@@ -451,6 +451,31 @@ void QuorvixSymtabAdaptor::callFunction(const std::string& name,
   result->Delete();
 }
 
+// Replaces a table record's value, keeping its name.
+static void StoreWhole(symtab& rec, const symtab& value) {
+  if (&value != &rec) {
+    if (value.type == SYM_SCALAR) {
+      rec.SetScalar(value.value);
+      rec.frozen = value.frozen;
+    } else {
+      char* keep = rec.name;
+      rec.name = nullptr;
+      rec = value;
+      rec.DropName();
+      rec.name = keep;
+    }
+  }
+  rec.shared = 1;
+}
+
+// The host's set functions hear of every assignment.
+static void NotifySetters(MathParser& mp, const std::string& name, symtab* rec) {
+  if (mp.NumSetFuncs() == 0) return;
+  std::vector<char> buffer(name.begin(), name.end());
+  buffer.push_back('\0');
+  for (int i = 0; i < mp.NumSetFuncs(); ++i) mp.SetFuncAt(i)(buffer.data(), rec);
+}
+
 // The table record of a variable through the node's memo; null when the
 // table is not consulted (no parser, or assignments off).
 static symtab* TableRecord(const std::string& name, ParserCore_NS::VariableCache& cache) {
@@ -464,10 +489,36 @@ static symtab* TableRecord(const std::string& name, ParserCore_NS::VariableCache
   return cache.record;
 }
 
-const symtab* QuorvixSymtabAdaptor::peekArray(const std::string& name,
+const symtab* QuorvixSymtabAdaptor::peekValue(const std::string& name,
                                              ParserCore_NS::VariableCache& cache) {
-  if (TableRecord(name, cache) == nullptr) return nullptr;
-  return cache.record->type == SYM_ARRAY && cache.record->data != nullptr ? cache.record : nullptr;
+  const symtab* rec = TableRecord(name, cache);
+  if (rec == nullptr) return nullptr;
+  if (rec->type == SYM_ARRAY && rec->data != nullptr) return rec;
+  if (rec->type == SYM_STRINGS && rec->str_list != nullptr) return rec;
+  return nullptr;
+}
+
+void QuorvixSymtabAdaptor::subscriptOf(const symtab& base, const unsigned* idx, int count,
+                                       symtab& out, int pos) {
+  if (base.type == SYM_ARRAY) {
+    const bool vector = base.rows == 1 || base.cols == 1;
+    if (vector && count == 1 && idx[0] < static_cast<unsigned>(base.rows * base.cols)) {
+      out.SetScalar(base.data[idx[0]]);
+      return;
+    }
+    if (!vector && count == 2 && idx[0] < static_cast<unsigned>(base.rows) &&
+        idx[1] < static_cast<unsigned>(base.cols)) {
+      out.SetScalar(base.data[idx[0] * static_cast<unsigned>(base.cols) + idx[1]]);
+      return;
+    }
+  } else if (base.type == SYM_STRINGS && count == 1 &&
+             idx[0] < static_cast<unsigned>(base.num_strings)) {
+    out.SetString(base.str_list[idx[0]]);
+    return;
+  }
+  // Rows of a matrix and every error: through the general path on a copy.
+  CopyPayload(base, out);
+  subscript(out, idx, count, pos);
 }
 
 bool QuorvixSymtabAdaptor::readScalar(const std::string& name,
@@ -528,14 +579,7 @@ void QuorvixSymtabAdaptor::assign(const std::string& name, std::vector<symtab>& 
   if (mp == nullptr || !mp->AllowAssign()) Fail("Assignments not allowed", pos);
   symtab* rec = mp->SymLook(name.c_str());
   if (subs.empty()) {
-    if (&value != rec) {
-      char* keep = rec->name;
-      rec->name = nullptr;
-      *rec = value;
-      rec->DropName();
-      rec->name = keep;
-    }
-    rec->shared = 1;
+    StoreWhole(*rec, value);
   } else {
     unsigned idx[2];
     int count = 0;
@@ -554,9 +598,16 @@ void QuorvixSymtabAdaptor::assign(const std::string& name, std::vector<symtab>& 
     }
     if (count > 0) StoreElement(*rec, idx, count, value, pos);
   }
-  std::vector<char> buffer(name.begin(), name.end());
-  buffer.push_back('\0');
-  for (int i = 0; i < mp->NumSetFuncs(); ++i) mp->SetFuncAt(i)(buffer.data(), rec);
+  NotifySetters(*mp, name, rec);
+}
+
+void QuorvixSymtabAdaptor::assignVariable(const std::string& name,
+                                          ParserCore_NS::VariableCache& cache, const symtab& value,
+                                          int pos) {
+  symtab* rec = TableRecord(name, cache);
+  if (rec == nullptr) Fail("Assignments not allowed", pos);
+  StoreWhole(*rec, value);
+  NotifySetters(*MathParser::current_parser, name, rec);
 }
 
 bool QuorvixSymtabAdaptor::allowEscapes() {

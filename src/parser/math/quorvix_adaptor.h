@@ -47,7 +47,9 @@ class QuorvixSymtabAdaptor : public ParserCore_NS::SymtabAdaptor {
   void setEmpty(symtab& v) override;
   void callFunction(const std::string& name, ParserCore_NS::FunctionCache& cache, symtab* args,
                     int count, symtab& out, int pos) override;
-  const symtab* peekArray(const std::string& name, ParserCore_NS::VariableCache& cache) override;
+  const symtab* peekValue(const std::string& name, ParserCore_NS::VariableCache& cache) override;
+  void subscriptOf(const symtab& base, const unsigned* indices, int count, symtab& out,
+                   int pos) override;
   bool readScalar(const std::string& name, ParserCore_NS::VariableCache& cache, double& out) override;
   bool callScalar(const std::string& name, ParserCore_NS::FunctionCache& cache, double x, double& out) override;
   void readVariable(const std::string& name, ParserCore_NS::VariableCache& cache, symtab& out,
@@ -55,6 +57,8 @@ class QuorvixSymtabAdaptor : public ParserCore_NS::SymtabAdaptor {
   void assign(const std::string& name, std::vector<symtab>& subscripts, const symtab& value,
               int pos) override;
   bool allowEscapes() override;
+  void assignVariable(const std::string& name, ParserCore_NS::VariableCache& cache,
+                      const symtab& value, int pos) override;
 
   void logicalAnd(symtab& left, symtab& right, int pos) override;
   void logicalOr(symtab& left, symtab& right, int pos) override;

@@ -56,8 +56,7 @@ NodePtr ReferenceNode::clone() const {
 }
 
 void ReferenceNode::assign(const symtab& value) {
-  std::vector<symtab> none;
-  adaptor_.assign(name_, none, value, position_);
+  adaptor_.assignVariable(name_, cache_, value, position_);
 }
 
 std::vector<const SquareBracesNode*> SquareBracesNode::chain() const {
@@ -71,7 +70,58 @@ std::vector<const SquareBracesNode*> SquareBracesNode::chain() const {
   return links;
 }
 
+// v[i] and m[i][j] on a variable read the element without copying the
+// variable, when the subscripts are plain scalar expressions (which have no
+// side effects that could change the variable).
+bool SquareBracesNode::plainElement(const symtab*& record, unsigned* idx, int& count) const {
+  const Node* base = left_.get();
+  const SquareBracesNode* inner = nullptr;
+  if (base->classType() == NodeClass::kSquareBraces) {
+    inner = static_cast<const SquareBracesNode*>(base);
+    base = inner->left_.get();
+  }
+  if (base->classType() != NodeClass::kReference) return false;
+  record = const_cast<Node*>(base)->peekValue();
+  if (record == nullptr) return false;
+  count = 0;
+  for (const SquareBracesNode* link : {inner, this}) {
+    if (link == nullptr) continue;
+    double d;
+    if (!link->right_->evaluateScalar(d)) return false;
+    idx[count++] = !(d > -1.0) || d >= 4294967296.0 ? ~0u : static_cast<unsigned>(d);
+  }
+  return true;
+}
+
+bool SquareBracesNode::evaluateInPlace(symtab& result) {
+  const symtab* record = nullptr;
+  unsigned idx[2];
+  int count = 0;
+  if (!plainElement(record, idx, count)) return false;
+  adaptor_.subscriptOf(*record, idx, count, result, position_);
+  return true;
+}
+
+bool SquareBracesNode::evaluateScalar(double& out) {
+  const symtab* record = nullptr;
+  unsigned idx[2];
+  int count = 0;
+  if (!plainElement(record, idx, count) || record->type != SYM_ARRAY) return false;
+  const bool vector = record->rows == 1 || record->cols == 1;
+  if (vector && count == 1 && idx[0] < static_cast<unsigned>(record->rows * record->cols)) {
+    out = record->data[idx[0]];
+    return true;
+  }
+  if (!vector && count == 2 && idx[0] < static_cast<unsigned>(record->rows) &&
+      idx[1] < static_cast<unsigned>(record->cols)) {
+    out = record->data[idx[0] * static_cast<unsigned>(record->cols) + idx[1]];
+    return true;
+  }
+  return false;
+}
+
 void SquareBracesNode::evaluate(symtab& result) {
+  if (evaluateInPlace(result)) return;
   std::vector<const SquareBracesNode*> links = chain();
   links.front()->left_->evaluate(result);
   unsigned pending[2];

@@ -60,7 +60,7 @@ class ReferenceNode : public Node {
     adaptor_.readVariable(name_, cache_, result, position_);
   }
   bool evaluateScalar(double& out) override { return adaptor_.readScalar(name_, cache_, out); }
-  const symtab* peekArray() override { return adaptor_.peekArray(name_, cache_); }
+  const symtab* peekValue() override { return adaptor_.peekValue(name_, cache_); }
   NodePtr derivative(const std::string& variable) const override;
   void collectVariables(std::vector<std::string>& names) const override;
   NodePtr clone() const override;
@@ -80,6 +80,7 @@ class SquareBracesNode : public ParserUtilties_NS::BinaryOperatorNode {
       : BinaryOperatorNode(adaptor, position, std::move(base), std::move(subscript)) {}
   NodeClass classType() const override { return NodeClass::kSquareBraces; }
   void evaluate(symtab& result) override;
+  bool evaluateScalar(double& out) override;
   NodePtr derivative(const std::string& variable) const override;
   NodePtr clone() const override;
   bool isReference() const override { return true; }
@@ -87,6 +88,9 @@ class SquareBracesNode : public ParserUtilties_NS::BinaryOperatorNode {
   void assign(const symtab& value) override;
 
  private:
+  bool evaluateInPlace(symtab& result);
+  // The variable and the indices of a plain v[i] or m[i][j]; false otherwise.
+  bool plainElement(const symtab*& record, unsigned* idx, int& count) const;
   // The chain m[i][j]... from the innermost base outwards.
   std::vector<const SquareBracesNode*> chain() const;
 };
