@@ -96,6 +96,9 @@ class FillerBase {
   // remembered by its place in the text and reused while that text is the
   // same. Null after a failed evaluation (the parser holds the message).
   symtab* EvaluateText(char** pos);
+  // Reads the expression at *pos and evaluates it when execution is on
+  // (`value` null otherwise). Returns 1 after reporting a failed evaluation.
+  int ReadExpression(char** pos, symtab*& value);
   // Reads one expression (in parentheses, or up to a terminator on the line)
   // and evaluates it when execution is on. `syntax_failed` is set when a
   // missing ')' was reported.
@@ -136,6 +139,8 @@ class FillerBase {
   int st_escape_characters_off();
 
   // Helpers shared by the statements.
+  // A keyword-only switch: sets `field` to `value` when execution is on.
+  int Switch(const char* keyword, int& field, int value);
   void SkipBlanks();
   bool Expect(char c);
   int SyntaxError(const char* message);

@@ -307,6 +307,18 @@ symtab* FillerBase::EvaluateText(char** pos) {
   return value;
 }
 
+int FillerBase::ReadExpression(char** pos, symtab*& value) {
+  value = nullptr;
+  if (IsFalse() != 0) {
+    BalanceText(pos);
+    return 0;
+  }
+  value = EvaluateText(pos);
+  if (value != nullptr) return 0;
+  expression_error(parser_);
+  return 1;
+}
+
 bool FillerBase::expr_to_string(std::string& text) {
   symtab* value = nullptr;
   if (IsFalse() != 0) {

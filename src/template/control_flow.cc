@@ -135,16 +135,10 @@ bool FillerBase::OpenLoop(int false_increment) {
 int FillerBase::st_while() {
   read_pos_ += 5;
   MathParser::ClearError();
-  const bool on = IsFalse() == 0;
   if (!Expect('(')) return SyntaxError("'(' expected in WHILE statement");
   char* condition_start = read_pos_;
-  char* text = balance(&read_pos_);
-  symtab* v = on ? parser_->Evaluate(text) : nullptr;
-  delete[] text;
-  if (on && v == nullptr) {
-    expression_error(parser_);
-    return 1;
-  }
+  symtab* v = nullptr;
+  if (ReadExpression(&read_pos_, v)) return 1;
   const int increment = FirstLoopIncrement(v);
   Free(v);
   if (!Expect(')')) return SyntaxError("')' expected in WHILE statement");
@@ -159,25 +153,13 @@ int FillerBase::st_while() {
 int FillerBase::st_for() {
   read_pos_ += 3;
   MathParser::ClearError();
-  const bool on = IsFalse() == 0;
   if (!Expect('(')) return SyntaxError("'(' expected in FOR statement");
-  char* text = balance(&read_pos_);
-  symtab* v = on ? parser_->Evaluate(text) : nullptr;
-  delete[] text;
-  if (on && v == nullptr) {
-    expression_error(parser_);
-    return 1;
-  }
+  symtab* v = nullptr;
+  if (ReadExpression(&read_pos_, v)) return 1;
   Free(v);
   if (!Expect(';')) return SyntaxError("';' expected in FOR statement");
   char* condition_start = read_pos_;
-  text = balance(&read_pos_);
-  v = on ? parser_->Evaluate(text) : nullptr;
-  delete[] text;
-  if (on && v == nullptr) {
-    expression_error(parser_);
-    return 1;
-  }
+  if (ReadExpression(&read_pos_, v)) return 1;
   const int increment = FirstLoopIncrement(v);
   Free(v);
   if (!Expect(';')) return SyntaxError("';' expected in FOR statement");

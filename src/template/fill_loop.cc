@@ -286,29 +286,14 @@ int FillerBase::Pop(int at_loop_end, MathParser* parser) {
       }
     } else if (f->loop_condition != nullptr) {
       MathParser::ClearError();
+      symtab* v = nullptr;
       if (f->loop_step != nullptr) {
         char* pos = f->loop_step;
-        symtab* v = nullptr;
-        if (IsFalse() == 0)
-          v = EvaluateText(&pos);
-        else
-          BalanceText(&pos);
-        if (v == nullptr && parser->ErrorMessage() != nullptr && IsFalse() == 0) {
-          expression_error(parser);
-          return 1;
-        }
+        if (ReadExpression(&pos, v)) return 1;
         if (v != nullptr) v->Delete();
       }
       char* pos = f->loop_condition;
-      symtab* v = nullptr;
-      if (IsFalse() == 0)
-        v = EvaluateText(&pos);
-      else
-        BalanceText(&pos);
-      if (v == nullptr && parser->ErrorMessage() != nullptr && IsFalse() == 0) {
-        expression_error(parser);
-        return 1;
-      }
+      if (ReadExpression(&pos, v)) return 1;
       if (v != nullptr) {
         // The kind is not checked: the scalar field decides, NaN repeats.
         const bool again = !(v->value == 0.0) && !was_break;

@@ -331,38 +331,31 @@ void FillerBase::ResetMacros() { macros_.clear(); }
 
 // Switches --------------------------------------------------------------------
 
-int FillerBase::st_safe_quotes_on() {
-  read_pos_ += std::strlen("safe_quotes_on");
-  if (IsFalse() == 0) safe_quotes_ = 1;
+int FillerBase::Switch(const char* keyword, int& field, int value) {
+  read_pos_ += std::strlen(keyword);
+  if (IsFalse() == 0) field = value;
   return 0;
 }
 
-int FillerBase::st_safe_quotes_off() {
-  read_pos_ += std::strlen("safe_quotes_off");
-  if (IsFalse() == 0) safe_quotes_ = 0;
-  return 0;
-}
-
+int FillerBase::st_safe_quotes_on() { return Switch("safe_quotes_on", safe_quotes_, 1); }
+int FillerBase::st_safe_quotes_off() { return Switch("safe_quotes_off", safe_quotes_, 0); }
 int FillerBase::st_max_compatibility_on() {
-  read_pos_ += std::strlen("max_compatibility_on");
-  if (IsFalse() == 0) max_compatibility_ = 1;
-  return 0;
+  return Switch("max_compatibility_on", max_compatibility_, 1);
 }
-
 int FillerBase::st_max_compatibility_off() {
-  read_pos_ += std::strlen("max_compatibility_off");
-  if (IsFalse() == 0) max_compatibility_ = 0;
-  return 0;
+  return Switch("max_compatibility_off", max_compatibility_, 0);
 }
 
 int FillerBase::st_escape_characters_on() {
-  read_pos_ += std::strlen("escape_characters_on");
+  int on = 1;
+  Switch("escape_characters_on", on, 1);
   if (IsFalse() == 0) parser_->AllowEscapeCharactersInStrings(true);
   return 0;
 }
 
 int FillerBase::st_escape_characters_off() {
-  read_pos_ += std::strlen("escape_characters_off");
+  int on = 0;
+  Switch("escape_characters_off", on, 0);
   if (IsFalse() == 0) parser_->AllowEscapeCharactersInStrings(false);
   return 0;
 }
