@@ -11,6 +11,14 @@
 std::map<std::string, funtab*> MathParser::func_list;
 std::uint64_t MathParser::registry_generation_ = 0;
 
+// Entries displaced by a replacing registration. They may still be running
+// (a function body that redefines itself), so they are kept until the
+// registry is cleared.
+// Defined before the cleanup object of this file, so it is destroyed after it.
+std::vector<funtab*> g_retired_entries;
+
+static std::vector<funtab*>& RetiredEntries() { return g_retired_entries; }
+
 namespace {
 
 std::string Key(const char* name) {
@@ -89,13 +97,6 @@ void MathParser::RemoveUserFn(const char* name) {
   ++registry_generation_;
 }
 
-// Entries displaced by a replacing registration. They may still be running
-// (a function body that redefines itself), so they are kept until the
-// registry is cleared.
-static std::vector<funtab*>& RetiredEntries() {
-  static std::vector<funtab*> retired;
-  return retired;
-}
 
 void MathParser::StoreEntry(funtab* entry) {
   funtab*& slot = func_list[Key(entry->name)];

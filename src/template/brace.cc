@@ -460,9 +460,7 @@ void FillerBase::error() {
   while (line > start && line[-1] != '\n') --line;
   const char* end = pos;
   while (*end != '\0' && *end != '\n') ++end;
-  const char* shown_end = end;
-  if (shown_end > line && shown_end[-1] == '\r') --shown_end;
-  error_stream_->write(line, static_cast<std::size_t>(shown_end - line));
+  error_stream_->write(line, static_cast<std::size_t>(end - line));
   error_stream_->endl();
   for (const char* p = line; p < pos; ++p) error_stream_->put(' ');
   error_stream_->put('^');

@@ -242,7 +242,7 @@ int FillerBase::st_endloop() {
   if (Pop(1, parser_) == 0) return 0;
   // An "endloop" outside its loop's own text abandoned that text; if reading
   // went back to plain text, the brace group being read is over.
-  if (source_top_ != nullptr && !resume_brace_) leave_group_ = true;
+  if (*read_pos_ != '\0' && !resume_brace_) leave_group_ = true;
   return error_flag_;
 }
 

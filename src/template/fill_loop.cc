@@ -250,9 +250,10 @@ int FillerBase::PopPlain() {
 int FillerBase::Pop(int at_loop_end, MathParser* parser) {
   quorvix::SourceFrame* f = source_top_;
   if (at_loop_end && f != nullptr && !f->is_loop) {
+    // An "endloop" outside its loop's text abandons that text (an included
+    // file, a macro expansion) and reading goes on in the text that opened it.
     RestoreFlags(*f);
     PopPlain();
-    if (source_top_ == nullptr) NoSourceLeft();
     return 1;
   }
   if (f == nullptr) return NoSourceLeft();

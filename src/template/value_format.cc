@@ -147,7 +147,7 @@ bool FastFormat(double value, const char* format, std::string& out) {
 }  // namespace
 
 bool FormatDouble(double value, const char* format, char letter, std::string& out) {
-  if (FastFormat(value, format, out)) return true;
+  if (format[0] == '%' && format[1] == letter && FastFormat(value, format, out)) return true;
   switch (letter) {
     case 'e': case 'f': case 'g': case 'E': case 'F': case 'G':
       Print(out, format, value);

@@ -60,7 +60,7 @@ TEST_F(PrintTest, GroupingIsKeptWhereTheLevelsNeedIt) {
 }
 
 // A minus before a negative operand must not print as the decrement "--".
-TEST_F(PrintTest, DISABLED_NegationOfANegationReadsBack) {
+TEST_F(PrintTest, NegationOfANegationReadsBack) {
   for (const char* e : {"-(-a)", "- -a", "a- -b", "a-(-b)", "2 - -1", "-(-(-a))"})
     ExpectReadsBack(e);
 }
