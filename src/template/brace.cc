@@ -1,5 +1,6 @@
 // Brace groups: statement dispatch, the expression statement, the services
 // that read expressions, and the error reports.
+#include <algorithm>
 #include <cctype>
 #include <cstring>
 #include <string>
@@ -14,6 +15,9 @@
 namespace {
 
 char kEmptyText[1] = {'\0'};
+
+constexpr long kMaxFormatWidth = 1000;
+constexpr const char* kFormatWidthMessage = "format width too large (limit 1000)";
 
 bool IsWordChar(char c) {
   return std::isalnum(static_cast<unsigned char>(c)) || c == '_';
@@ -129,8 +133,23 @@ int FillerBase::ReadFormat(std::string& format, char& letter, int& style, bool s
   }
   SkipBlanks();
   const char* p = read_pos_;
-  auto run = [&p]() {
-    while (std::isdigit(static_cast<unsigned char>(*p)) || *p == '+' || *p == '-') ++p;
+  // Widths and precisions are bounded: a huge one would write gigabytes.
+  bool too_wide = false;
+  auto run = [&p, &too_wide]() {
+    long value = 0;
+    while (std::isdigit(static_cast<unsigned char>(*p)) || *p == '+' || *p == '-') {
+      if (std::isdigit(static_cast<unsigned char>(*p))) value = std::min(value * 10 + (*p - '0'), 1000000L);
+      ++p;
+    }
+    if (value > kMaxFormatWidth) too_wide = true;
+  };
+  auto width_error = [&]() {
+    read_pos_ = const_cast<char*>(p);
+    error();
+    error_stream_->puts(kFormatWidthMessage);
+    error_stream_->endl();
+    recover();
+    return 1;
   };
   if (*p == '%') {
     ++p;
@@ -138,6 +157,7 @@ int FillerBase::ReadFormat(std::string& format, char& letter, int& style, bool s
     run();
     if (*p == '.') ++p;
     run();
+    if (too_wide) return width_error();
     if (*p == 'l') ++p;
     if (!std::isalpha(static_cast<unsigned char>(*p))) {
       read_pos_ = const_cast<char*>(p);
@@ -177,8 +197,7 @@ int FillerBase::ReadFormat(std::string& format, char& letter, int& style, bool s
     char l = static_cast<char>(std::tolower(static_cast<unsigned char>(*p)));
     ++p;
     const char* wstart = p;
-    if (*p == '+' || *p == '-') ++p;
-    while (std::isdigit(static_cast<unsigned char>(*p))) ++p;
+    run();
     bool has_width = p != wstart && std::isdigit(static_cast<unsigned char>(p[-1]));
     int width = has_width ? -std::atoi(wstart) : 0;
     bool has_prec = false;
@@ -188,8 +207,10 @@ int FillerBase::ReadFormat(std::string& format, char& letter, int& style, bool s
       const char* pstart = p;
       while (std::isdigit(static_cast<unsigned char>(*p))) ++p;
       has_prec = p != pstart;
-      prec = has_prec ? std::atoi(pstart) : 0;
+      if (has_prec && (p - pstart > 7 || std::atoi(pstart) > kMaxFormatWidth)) too_wide = true;
+      prec = has_prec && !too_wide ? std::atoi(pstart) : 0;
     }
+    if (too_wide) return width_error();
     auto floating = [&](char conv) {
       char buf[64];
       if (has_width && has_prec)

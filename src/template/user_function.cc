@@ -8,6 +8,7 @@
 #include "expression/function_call.h"
 #include "quorvix/filler.h"
 #include "quorvix/math_parser.h"
+#include "template/engine_types.h"
 
 int UserFunction::cntr = 1;
 std::vector<UserFunction*> UserFunction::fn_list;
@@ -48,6 +49,13 @@ symtab* CallUserFunction(funtab* entry, sym_list* args) {
   }
   char* errors = nullptr;
   filler.Evaluate(entry->body, &errors);
+  // A failure of the body's template (a limit, a statement error) has no
+  // parser message; its first line stands in for one.
+  std::string fill_error;
+  if (errors != nullptr) {
+    fill_error = errors;
+    fill_error = fill_error.substr(0, fill_error.find_first_of("\r\n"));
+  }
   delete[] errors;
   symtab* result = filler.GetReturnCode();
   if (result != nullptr) return result;
@@ -56,6 +64,8 @@ symtab* CallUserFunction(funtab* entry, sym_list* args) {
   const char* inner = parser->ErrorMessage();
   if (inner != nullptr && inner[0] != '\0')
     message = std::string(inner) + " in function " + entry->name;
+  else if (fill_error.rfind(quorvix::kFillDepthMessage, 0) == 0)
+    message = fill_error + " in function " + entry->name;
   else
     message = std::string("error in function ") + entry->name;
   // The function's own failure is the one to report.

@@ -90,10 +90,11 @@ TEST_F(TemplateLimitsTest, LoopPassesDoNotCount) {
 
 TEST_F(TemplateLimitsTest, FunctionRecursionWithoutEndEndsWithAMessage) {
   Filled r = FillText(filler_, "{function lim_inf(n){return lim_inf(n + 1)}}{lim_inf(1)}");
-  // The innermost of 64 nested fills is refused; every level names the
-  // function on the way out.
+  // The innermost of 64 nested fills is refused and says why; every level
+  // names the function on the way out.
   EXPECT_EQ(r.output, "{error}");
-  EXPECT_EQ(r.errors, "error in function lim_inf" + Repeat(" in function lim_inf", 63) +
+  EXPECT_EQ(r.errors, "fills nested too deeply (limit 64) in function lim_inf" +
+                          Repeat(" in function lim_inf", 63) +
                           " in expression:\r\nlim_inf(1)\r\n");
 }
 

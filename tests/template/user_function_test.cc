@@ -198,9 +198,6 @@ TEST(UserFunctionRegisterTest, RenamingAndRegisteringAgainRemovesTheOldName) {
   MathParser::RemoveUserFn("uf_new_name");
 }
 
-// Disabled: replacing a registered entry makes the process crash when the
-// library unloads (the retired entry list is gone before the registry is
-// cleared), which fails the whole test process.
 TEST(UserFunctionRegisterTest, RegisteringTheSameNameAgainReplacesTheBody) {
   UserFunction f;
   f.FunctionText("function uf_again(a){return a}");
@@ -223,9 +220,6 @@ TEST(UserFunctionRegisterTest, KeepListsTheObjectOnce) {
   MathParser::RemoveUserFn("uf_kept_renamed");
 }
 
-// Disabled: replacing a registered entry makes the process crash when the
-// library unloads (the retired entry list is gone before the registry is
-// cleared), which fails the whole test process.
 TEST(UserFunctionRegisterTest, KeepWithAnExistingEntryUpdatesTheListedObject) {
   UserFunction listed;
   listed.FunctionText("function uf_listed(a){return a}");
