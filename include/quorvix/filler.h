@@ -60,6 +60,12 @@ class FillerBase {
   void RemoveMacro(char* name);
   void ResetMacros();
 
+  // Passes that the loops of one fill may run in all before the fill stops
+  // with an error (a loop whose condition never turns false would otherwise
+  // run forever). Process-wide; 100,000,000 by default.
+  static void SetLoopPassLimit(long long passes);
+  static long long LoopPassLimit();
+
   // The process-wide include path.
   static std::vector<std::string>& IncludePath();
 
@@ -156,6 +162,8 @@ class FillerBase {
   void LinkFrame(quorvix::SourceFrame* f);
   void RestoreFlags(const quorvix::SourceFrame& f);
   int NoSourceLeft();
+  // Counts one more pass of a loop; false (reported) past the limit.
+  bool CountLoopPass();
   int PopPlain();
 
   void CopyState(const FillerBase& other);
@@ -208,6 +216,7 @@ class FillerBase {
   // text: the brace group being read is over.
   bool leave_group_ = false;
   bool in_format_statement_ = false;
+  long long loop_passes_ = 0;
   std::unique_ptr<quorvix::ExpressionCache> expression_cache_;
 };
 

@@ -7,6 +7,7 @@
 #include <cctype>
 #include <cstdio>
 #include <cstring>
+#include <string>
 
 #include "quorvix/filler.h"
 #include "template/engine_types.h"
@@ -60,6 +61,7 @@ int FillerBase::fill_buffer() {
   format_style_ = 1;
   format_letter_ = 'g';
   attach_note_idx_ = attach_note_on_ = -1;
+  loop_passes_ = 0;
 
   while (true) {
     while (read_pos_ != nullptr && *read_pos_ != '\0') {
@@ -280,6 +282,7 @@ int FillerBase::Pop(int at_loop_end, MathParser* parser) {
         if (IsFalse() == 0) {
           parser->AddVariable(v);
           v->Delete();
+          if (!CountLoopPass()) return 1;
           read_pos_ = f->saved_read_pos;
           return 0;
         }
@@ -300,6 +303,7 @@ int FillerBase::Pop(int at_loop_end, MathParser* parser) {
         const bool again = !(v->value == 0.0) && !was_break;
         v->Delete();
         if (again) {
+          if (!CountLoopPass()) return 1;
           read_pos_ = f->saved_read_pos;
           return 0;
         }
@@ -314,6 +318,14 @@ int FillerBase::Pop(int at_loop_end, MathParser* parser) {
     return 0;
   }
   return PopPlain();
+}
+
+bool FillerBase::CountLoopPass() {
+  if (++loop_passes_ <= LoopPassLimit()) return true;
+  error();
+  error_stream_->puts(("loop passes exceed the limit (" + std::to_string(LoopPassLimit()) + ")").c_str());
+  error_stream_->endl();
+  return false;
 }
 
 ostream_fast* FillerBase::p_PopStream() {

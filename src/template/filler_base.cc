@@ -11,6 +11,7 @@
 namespace {
 
 bool g_inline_functions = true;
+long long g_loop_pass_limit = 100'000'000;
 ostream_fast* g_fill_stream = nullptr;
 int g_fill_depth = 0;
 
@@ -120,6 +121,8 @@ symtab* FillerBase::GetReturnCode() {
 }
 
 void FillerBase::AllowInlineFunctions(bool on) { g_inline_functions = on; }
+void FillerBase::SetLoopPassLimit(long long passes) { g_loop_pass_limit = passes; }
+long long FillerBase::LoopPassLimit() { return g_loop_pass_limit; }
 bool FillerBase::InlineFunctionsAllowed() { return g_inline_functions; }
 ostream_fast* FillerBase::CurrentFillStream() { return g_fill_stream; }
 

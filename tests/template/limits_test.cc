@@ -106,6 +106,31 @@ TEST_F(TemplateLimitsTest, FunctionRecursionBelowTheLimitWorks) {
   EXPECT_EQ(r.output, "1830");
 }
 
+TEST_F(TemplateLimitsTest, LoopWithoutEndStopsAtThePassLimit) {
+  const long long saved = FillerBase::LoopPassLimit();
+  FillerBase::SetLoopPassLimit(5);
+  Filled r = FillText(filler_, "{i = 0}{while (1)}{i = i + 1}{i}{endloop}after");
+  FillerBase::SetLoopPassLimit(saved);
+  // Five repeats after the first pass, then the sixth is refused; the
+  // report quotes the loop body's text, which begins behind the loop head.
+  EXPECT_EQ(r.output, "123456{error}");
+  EXPECT_EQ(r.errors,
+            "}{i = i + 1}{i}{endloop}after\r\n"
+            "                       ^\r\n"
+            "loop passes exceed the limit (5)\r\n");
+}
+
+TEST_F(TemplateLimitsTest, PassesCountPerFill) {
+  const long long saved = FillerBase::LoopPassLimit();
+  FillerBase::SetLoopPassLimit(3);
+  Filled first = FillText(filler_, "{foreach (v = {1,2,3,4})}{v}{endloop}");
+  Filled second = FillText(filler_, "{foreach (v = {1,2,3,4})}{v}{endloop}");
+  FillerBase::SetLoopPassLimit(saved);
+  EXPECT_EQ(first.output, "1234");
+  EXPECT_EQ(second.output, "1234");
+  EXPECT_EQ(second.errors, "");
+}
+
 TEST_F(TemplateLimitsTest, EngineIsUsableAfterHittingALimit) {
   FillText(filler_, "{define r()}{r()}{enddefine}{r()}");
   Filled r = FillText(filler_, "ok{1+1}");
