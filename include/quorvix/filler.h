@@ -87,7 +87,9 @@ class FillerBase {
   bool Push(const char* filename);
   int Pop(int at_loop_end, MathParser* parser);
   ostream_fast* p_PopStream();
-  int IsFalse() const;
+  int IsFalse() const {
+    return break_pending_ || continue_pending_ ? 1000 : false_depth_;
+  }
 
   // Brace groups and expressions ----------------------------------------------
   int fill_brace();

@@ -25,8 +25,13 @@ bool IsWordChar(char c) {
 
 }  // namespace
 
+// White space as the C locale has it, without a call per character.
+static inline bool IsBlank(char c) {
+  return c == ' ' || c == '\t' || c == '\n' || c == '\r' || c == '\v' || c == '\f';
+}
+
 void FillerBase::SkipBlanks() {
-  while (*read_pos_ != '\0' && std::isspace(static_cast<unsigned char>(*read_pos_))) ++read_pos_;
+  while (IsBlank(*read_pos_)) ++read_pos_;
 }
 
 bool FillerBase::Expect(char c) {
@@ -50,7 +55,8 @@ int FillerBase::fill_brace() {
   while (*read_pos_ != '\0' && *read_pos_ != '}') {
     SkipBlanks();
     const char* before = read_pos_;
-    const char lower = static_cast<char>(std::tolower(static_cast<unsigned char>(*read_pos_)));
+    const char c = *read_pos_;
+    const char lower = c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
     if (lower == '\'') {
       // A comment runs to the '}' or the line end; after a '{' inside it,
       // only the line end ends it.

@@ -131,10 +131,6 @@ std::vector<std::string>& FillerBase::IncludePath() {
   return path;
 }
 
-int FillerBase::IsFalse() const {
-  if (break_pending_ || continue_pending_) return 1000;
-  return false_depth_;
-}
 
 char* FillerBase::p_Fill(char** errors) {
   if (return_code_ != nullptr) {

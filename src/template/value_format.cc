@@ -68,9 +68,9 @@ void LayoutG(bool negative, const char* digits, int n, int exponent, std::string
 }
 
 // "%g" (six significant digits) without printf. The value is scaled by an
-// exact power of ten in extended precision, whose error is far below the
-// rounding step; a value too close to a rounding tie, or out of the range
-// of exact powers, is left to the exact path. Returns false then.
+// exact power of ten (one correctly rounded operation, an error far below
+// the rounding step); a value too close to a rounding tie, or beyond the
+// exact powers, is left to the exact path. Returns false then.
 bool FastG(double value, std::string& out) {
   if (!(value == value) || value == 1.0 / 0.0 || value == -1.0 / 0.0) return false;
   const bool negative = std::signbit(value);
@@ -78,28 +78,28 @@ bool FastG(double value, std::string& out) {
     out += negative ? "-0" : "0";
     return true;
   }
-  static const long double kPowers[] = {
-      1e0L,  1e1L,  1e2L,  1e3L,  1e4L,  1e5L,  1e6L,  1e7L,  1e8L,  1e9L,
-      1e10L, 1e11L, 1e12L, 1e13L, 1e14L, 1e15L, 1e16L, 1e17L, 1e18L, 1e19L,
-      1e20L, 1e21L, 1e22L, 1e23L, 1e24L, 1e25L, 1e26L, 1e27L};
-  const long double a = std::fabs(static_cast<long double>(value));
-  int exponent = static_cast<int>(std::floor(std::log10(std::fabs(value))));
+  static constexpr double kPowers[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
+                                       1e8,  1e9,  1e10, 1e11, 1e12, 1e13, 1e14, 1e15,
+                                       1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
+  const double a = std::fabs(value);
+  // log10(2) times the binary exponent: right or one too small.
+  int exponent = static_cast<int>(std::floor(std::ilogb(a) * 0.30102999566398120));
   for (int attempt = 0; attempt < 3; ++attempt) {
     const int shift = exponent - 5;
-    if (shift < -27 || shift > 27) return false;
-    const long double scaled = shift >= 0 ? a / kPowers[shift] : a * kPowers[-shift];
-    if (scaled < 99999.5L) {
+    if (shift < -22 || shift > 22) return false;
+    const double scaled = shift >= 0 ? a / kPowers[shift] : a * kPowers[-shift];
+    if (scaled < 99999.5) {
       --exponent;
       continue;
     }
-    if (scaled >= 999999.5L) {
+    if (scaled >= 999999.5) {
       ++exponent;
       continue;
     }
-    const long double whole = std::floor(scaled);
-    const long double fraction = scaled - whole;
-    if (std::fabs(fraction - 0.5L) < 1e-6L) return false;
-    long long d = static_cast<long long>(whole) + (fraction > 0.5L ? 1 : 0);
+    const double whole = std::floor(scaled);
+    const double fraction = scaled - whole;
+    if (std::fabs(fraction - 0.5) < 1e-6) return false;
+    long long d = static_cast<long long>(whole) + (fraction > 0.5 ? 1 : 0);
     char digits[8];
     for (int i = 5; i >= 0; --i) {
       digits[i] = static_cast<char>('0' + d % 10);
