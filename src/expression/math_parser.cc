@@ -181,8 +181,14 @@ symtab* MathParser::Evaluate(MathParserExpression* expr) {
 
 symtab* MathParser::Evaluate(MathParserExpression* expr, const char* text, std::size_t length) {
   if (expr == nullptr || !expr->tree()) return nullptr;
-  StoreExpressionText(text, length);
-  return Guarded(LeadingBlanks(expression_text_), [&] { return EvaluateTree(expr->tree()); });
+  // The text is copied only when an error report needs it: this is the path
+  // of expressions re-read in loops.
+  symtab* result = Guarded(0, [&] { return EvaluateTree(expr->tree()); });
+  if (result == nullptr) {
+    StoreExpressionText(text, length);
+    error_position_ += LeadingBlanks(expression_text_);
+  }
+  return result;
 }
 
 symtab* MathParser::EvaluateTree(const std::shared_ptr<quorvix::ParsedTree>& tree) {

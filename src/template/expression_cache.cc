@@ -3,9 +3,15 @@
 namespace quorvix {
 
 ExpressionCache::Entry* ExpressionCache::Find(const char* at, bool escapes) {
-  auto it = entries_.find(at);
-  if (it == entries_.end()) return nullptr;
-  Entry& e = it->second;
+  auto& memo = recent_[Slot(at)];
+  Entry* found = memo.first == at ? memo.second : nullptr;
+  if (found == nullptr) {
+    auto it = entries_.find(at);
+    if (it == entries_.end()) return nullptr;
+    found = &it->second;
+    memo = {at, found};
+  }
+  Entry& e = *found;
   if (e.registry_generation != MathParser::RegistryGeneration() || e.escapes != escapes)
     return nullptr;
   // Compare up to the first difference, so that a shorter text is never
@@ -18,8 +24,9 @@ ExpressionCache::Entry* ExpressionCache::Find(const char* at, bool escapes) {
 
 void ExpressionCache::Remember(const char* at, const std::string& text, char terminator,
                                std::unique_ptr<MathParserExpression> expression, bool escapes) {
-  if (entries_.size() >= kMaxEntries) entries_.clear();
+  if (entries_.size() >= kMaxEntries) Clear();
   Entry& e = entries_[at];
+  recent_[Slot(at)] = {at, &e};
   e.source = text;
   e.source += terminator;
   e.expression = std::move(expression);

@@ -5,6 +5,7 @@
 #ifndef QUORVIX_TEMPLATE_EXPRESSION_CACHE_H
 #define QUORVIX_TEMPLATE_EXPRESSION_CACHE_H
 
+#include <array>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -27,11 +28,21 @@ class ExpressionCache {
   Entry* Find(const char* at, bool escapes);
   void Remember(const char* at, const std::string& text, char terminator,
                 std::unique_ptr<MathParserExpression> expression, bool escapes);
-  void Clear() { entries_.clear(); }
+  void Clear() {
+    entries_.clear();
+    recent_.fill({});
+  }
 
  private:
   static constexpr std::size_t kMaxEntries = 10000;
+  static constexpr std::size_t kRecent = 256;
+  static std::size_t Slot(const char* at) {
+    return (reinterpret_cast<std::uintptr_t>(at) >> 2) & (kRecent - 1);
+  }
   std::unordered_map<const char*, Entry> entries_;
+  // A direct-mapped memo in front of the map: a loop body's few statements
+  // are found without hashing.
+  std::array<std::pair<const char*, Entry*>, kRecent> recent_{};
 };
 
 }  // namespace quorvix

@@ -2,6 +2,7 @@
 
 #include <charconv>
 #include <cmath>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -99,7 +100,7 @@ bool FastG(double value, std::string& out) {
     const double whole = std::floor(scaled);
     const double fraction = scaled - whole;
     if (std::fabs(fraction - 0.5) < 1e-6) return false;
-    long long d = static_cast<long long>(whole) + (fraction > 0.5 ? 1 : 0);
+    auto d = static_cast<std::uint32_t>(whole) + (fraction > 0.5 ? 1u : 0u);
     char digits[8];
     for (int i = 5; i >= 0; --i) {
       digits[i] = static_cast<char>('0' + d % 10);

@@ -51,7 +51,7 @@ class ostream_fast {
 // Accumulates everything in memory.
 class ostrstream_fast : public ostream_fast {
  public:
-  ostrstream_fast() : ostream_fast(static_cast<std::size_t>(-1)) {}
+  ostrstream_fast() : ostream_fast(static_cast<std::size_t>(-1)) { buf_.reserve(4096); }
   // Hands over the accumulated characters as a new[] zero-terminated string
   // and empties the stream.
   char* str();
