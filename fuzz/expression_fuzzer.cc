@@ -1,0 +1,37 @@
+// libFuzzer target: any text handed to MathParser::Evaluate must come back
+// with a value or a reported error, never a crash, hang or sanitizer report.
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <vector>
+
+#include "quorvix/math_parser.h"
+#include "quorvix/symtab.h"
+
+namespace {
+
+// Messages are expected for most inputs; printing them would only slow the run.
+void IgnoreMessage(const char*) {}
+
+MathParser& Parser() {
+  static MathParser* parser = [] {
+    MathParser::SetErrorFunction(IgnoreMessage);
+    return new MathParser;
+  }();
+  return *parser;
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  MathParser& parser = Parser();
+  // Evaluate reads up to the terminating NUL; the fuzzer's buffer has none.
+  std::vector<char> text(size + 1, '\0');
+  if (size != 0) std::memcpy(text.data(), data, size);
+  symtab* value = parser.Evaluate(text.data());
+  if (value != nullptr) value->Delete();
+  // Assignments would otherwise carry over to later inputs and make a crash
+  // depend on the whole run instead of the one input that libFuzzer saves.
+  parser.ClearStack();
+  return 0;
+}
