@@ -155,6 +155,7 @@ class FillerBase {
   int ReadFormat(std::string& format, char& letter, int& style, bool set_defaults);
   int IncludeFile(bool as_statements, const char* keyword_message);
   char* ExpandMacro(quorvix::Macro& macro, char** pos, int* status);
+  const char* ReadMacroArguments(quorvix::Macro& macro, char** p);
   int ConditionHolds(const symtab* value) const;
   int ReadCondition(symtab*& value);
   bool OpenConditionLevel();

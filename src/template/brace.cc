@@ -9,6 +9,7 @@
 #include "template/engine_types.h"
 #include "template/expression_cache.h"
 #include "template/statement_table.h"
+#include "template/text_scan.h"
 #include "template/value_format.h"
 #include "util/output_stream.h"
 
@@ -422,12 +423,7 @@ std::string FillerBase::BalanceText(char** pos) {
   while (*p != '\0') {
     char c = *p;
     if (c == '"') {
-      ++p;
-      while (*p != '\0' && *p != '"') {
-        if (*p == '\\' && p[1] != '\0') ++p;
-        ++p;
-      }
-      if (*p == '"') ++p;
+      p = quorvix::SkipQuoted(p);
       continue;
     }
     if (depth == 0 && (c == ';' || c == '}' || c == ',' || c == ')')) break;

@@ -7,6 +7,7 @@
 #include "quorvix/filler.h"
 #include "quorvix/user_function.h"
 #include "template/engine_types.h"
+#include "template/text_scan.h"
 #include "util/output_stream.h"
 
 namespace {
@@ -306,12 +307,7 @@ int FillerBase::st_function() {
   do {
     char c = *read_pos_;
     if (c == '"') {
-      ++read_pos_;
-      while (*read_pos_ != '\0' && *read_pos_ != '"') {
-        if (*read_pos_ == '\\' && read_pos_[1] != '\0') ++read_pos_;
-        ++read_pos_;
-      }
-      if (*read_pos_ == '"') ++read_pos_;
+      read_pos_ = const_cast<char*>(quorvix::SkipQuoted(read_pos_));
       continue;
     }
     if (c == '{') ++depth;

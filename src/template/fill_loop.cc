@@ -11,6 +11,7 @@
 
 #include "quorvix/filler.h"
 #include "template/engine_types.h"
+#include "template/text_scan.h"
 #include "util/output_stream.h"
 
 namespace {
@@ -85,12 +86,7 @@ int FillerBase::fill_buffer() {
         // A quoted passage is copied as it stands, braces and line feeds
         // included; a backslash takes the next character with it.
         const char* start = read_pos_;
-        const char* p = read_pos_ + 1;
-        while (*p != '\0' && *p != '"') {
-          if (*p == '\\' && p[1] != '\0') ++p;
-          ++p;
-        }
-        if (*p == '"') ++p;
+        const char* p = quorvix::SkipQuoted(read_pos_);
         if (!off) WriteText(start, static_cast<std::size_t>(p - start));
         read_pos_ = const_cast<char*>(p);
         continue;

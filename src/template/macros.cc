@@ -123,37 +123,40 @@ int FillerBase::st_define() {
   return 0;
 }
 
-char* FillerBase::ExpandMacro(quorvix::Macro& macro, char** pos, int* status) {
-  char* p = *pos;
-  if (*p == '(') ++p;
+// Reads "args)" at *p (just behind the '(') into the macro's parameters;
+// the missing ones get the quoted "(null)". On failure returns the message
+// and leaves *p at the offending place.
+const char* FillerBase::ReadMacroArguments(quorvix::Macro& macro, char** p) {
   for (auto& param : macro.parameters) param.argument.clear();
   std::size_t given = 0;
-  auto fail = [&](const char* message) -> char* {
-    read_pos_ = p;
-    *status = SyntaxError(message);
-    return nullptr;
-  };
   while (true) {
-    while (*p == ' ' || *p == '\t' || *p == '\r' || *p == '\n') ++p;
-    if (*p == ')') {
-      ++p;
+    while (**p == ' ' || **p == '\t' || **p == '\r' || **p == '\n') ++*p;
+    if (**p == ')') {
+      ++*p;
       break;
     }
-    if (*p == '\0') return fail("unexpected end of file");
-    if (given >= macro.parameters.size()) return fail("too many parameters passed to macro");
-    char* start = p;
-    char* argument = balance(&p);
-    if (p == start) {
-      delete[] argument;
-      return fail("syntax error in parameter list");
-    }
-    macro.parameters[given++].argument = argument;
-    delete[] argument;
-    while (*p == ' ' || *p == '\t') ++p;
-    if (*p == ',') ++p;
+    if (**p == '\0') return "unexpected end of file";
+    if (given >= macro.parameters.size()) return "too many parameters passed to macro";
+    char* start = *p;
+    std::string argument = BalanceText(p);
+    if (*p == start) return "syntax error in parameter list";
+    macro.parameters[given++].argument = std::move(argument);
+    while (**p == ' ' || **p == '\t') ++*p;
+    if (**p == ',') ++*p;
   }
   for (std::size_t i = given; i < macro.parameters.size(); ++i)
     macro.parameters[i].argument = "\"(null)\"";
+  return nullptr;
+}
+
+char* FillerBase::ExpandMacro(quorvix::Macro& macro, char** pos, int* status) {
+  char* p = *pos;
+  if (*p == '(') ++p;
+  if (const char* message = ReadMacroArguments(macro, &p)) {
+    read_pos_ = p;
+    *status = SyntaxError(message);
+    return nullptr;
+  }
   *pos = p;
   return Copy("}" + quorvix::restore_brace(quorvix::SubstituteParameters(macro)));
 }
@@ -298,26 +301,8 @@ char* FillerBase::EvaluateMacro(char* call) {
   auto it = macros_.find(std::string(call, static_cast<std::size_t>(comma - call)));
   if (it == macros_.end() || it->second == nullptr) return nullptr;
   quorvix::Macro& macro = *it->second;
-  for (auto& param : macro.parameters) param.argument.clear();
   char* p = comma + 1;
-  std::size_t given = 0;
-  while (true) {
-    while (*p == ' ' || *p == '\t') ++p;
-    if (*p == ')') break;
-    if (*p == '\0' || given >= macro.parameters.size()) return nullptr;
-    char* start = p;
-    char* argument = balance(&p);
-    if (p == start) {
-      delete[] argument;
-      return nullptr;
-    }
-    macro.parameters[given++].argument = argument;
-    delete[] argument;
-    while (*p == ' ' || *p == '\t') ++p;
-    if (*p == ',') ++p;
-  }
-  for (std::size_t i = given; i < macro.parameters.size(); ++i)
-    macro.parameters[i].argument = "\"(null)\"";
+  if (ReadMacroArguments(macro, &p) != nullptr) return nullptr;
   return Copy(quorvix::restore_brace(quorvix::SubstituteParameters(macro)));
 }
 
