@@ -50,7 +50,7 @@ fi
 case "$command_name" in
   deps | build | run | eval | test) ;;
   help) usage; exit 0 ;;
-  *) die "unknown command '$command_name' (expected deps, build, run or test)" ;;
+  *) die "unknown command '$command_name' (expected deps, build, run, eval or test)" ;;
 esac
 while [[ $# -gt 0 ]]; do
   case "$1" in
