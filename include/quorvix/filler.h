@@ -54,7 +54,7 @@ class FillerBase {
   void SetAnimationEnabled(bool on) { animation_enabled_ = on; }
 
   // Host macros: "name,params)body"; stored under the bare name.
-  int DefineMacro(char* spec);
+  int DefineMacro(char* definition);
   // "name,args)": the expanded text (new[]), or null.
   char* EvaluateMacro(char* call);
   void RemoveMacro(char* name);

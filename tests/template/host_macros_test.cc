@@ -143,3 +143,21 @@ TEST_F(HostMacroTest, RemoveMacroDoesNotTouchTheTemplateMacro) {
 }
 
 }  // namespace
+
+namespace {
+
+// A bad parameter list in a template definition is reported without the
+// error header and without "{error}" in the output.
+TEST(TemplateMacroDefinitionTest, BadParameterListIsWrittenPlainly) {
+  Filler filler;
+  char* errors = nullptr;
+  char* out = filler.Fill("{define m(a b)}x{enddefine}", &errors);
+  EXPECT_STREQ(out, "");
+  ASSERT_NE(errors, nullptr);
+  EXPECT_EQ(std::string(errors),
+            "illegal parameter speci" "fication in macro definition\r\n");
+  delete[] out;
+  delete[] errors;
+}
+
+}  // namespace

@@ -2,16 +2,16 @@
 
 namespace MathParser_NS {
 
-const AssignSpec kAssignment{NodeClass::kAssignment, nullptr, "="};
-const AssignSpec kPlusEqual{NodeClass::kPlusEqual, &SymtabAdaptor::add, "+="};
-const AssignSpec kMinusEqual{NodeClass::kMinusEqual, &SymtabAdaptor::subtract, "-="};
-const AssignSpec kTimesEqual{NodeClass::kTimesEqual, &SymtabAdaptor::multiply, "*="};
-const AssignSpec kDivEqual{NodeClass::kDivEqual, &SymtabAdaptor::divide, "/="};
+const AssignTraits kAssignment{NodeClass::kAssignment, nullptr, "="};
+const AssignTraits kPlusEqual{NodeClass::kPlusEqual, &SymtabAdaptor::add, "+="};
+const AssignTraits kMinusEqual{NodeClass::kMinusEqual, &SymtabAdaptor::subtract, "-="};
+const AssignTraits kTimesEqual{NodeClass::kTimesEqual, &SymtabAdaptor::multiply, "*="};
+const AssignTraits kDivEqual{NodeClass::kDivEqual, &SymtabAdaptor::divide, "/="};
 
-const IncrementSpec kLeftPlusPlus{NodeClass::kUnaryLeftPlusPlus, true, false, "++"};
-const IncrementSpec kLeftMinusMinus{NodeClass::kUnaryLeftMinusMinus, false, false, "--"};
-const IncrementSpec kRightPlusPlus{NodeClass::kUnaryRightPlusPlus, true, true, "++"};
-const IncrementSpec kRightMinusMinus{NodeClass::kUnaryRightMinusMinus, false, true, "--"};
+const IncrementTraits kLeftPlusPlus{NodeClass::kUnaryLeftPlusPlus, true, false, "++"};
+const IncrementTraits kLeftMinusMinus{NodeClass::kUnaryLeftMinusMinus, false, false, "--"};
+const IncrementTraits kRightPlusPlus{NodeClass::kUnaryRightPlusPlus, true, true, "++"};
+const IncrementTraits kRightMinusMinus{NodeClass::kUnaryRightMinusMinus, false, true, "--"};
 
 void ConditionalNode::evaluate(symtab& result) {
   first_->evaluate(result);

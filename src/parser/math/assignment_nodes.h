@@ -8,7 +8,7 @@
 
 namespace MathParser_NS {
 
-struct AssignSpec {
+struct AssignTraits {
   NodeClass cls;
   AdaptorBinary op;  // null for plain "="
   const char* spelling;
@@ -17,7 +17,7 @@ struct AssignSpec {
 // The left operand must be a variable or a subscripted variable. An
 // assignment yields the empty string, so that a template statement that only
 // assigns writes nothing.
-template <const AssignSpec& S>
+template <const AssignTraits& S>
 class AssignNode : public BinaryOperatorNode {
  public:
   using BinaryOperatorNode::BinaryOperatorNode;
@@ -57,7 +57,7 @@ class AssignNode : public BinaryOperatorNode {
   }
 };
 
-extern const AssignSpec kAssignment, kPlusEqual, kMinusEqual, kTimesEqual, kDivEqual;
+extern const AssignTraits kAssignment, kPlusEqual, kMinusEqual, kTimesEqual, kDivEqual;
 
 using AssignmentNode = AssignNode<kAssignment>;
 using PlusEqualNode = AssignNode<kPlusEqual>;
@@ -65,7 +65,7 @@ using MinusEqualNode = AssignNode<kMinusEqual>;
 using TimesEqualNode = AssignNode<kTimesEqual>;
 using DivEqualNode = AssignNode<kDivEqual>;
 
-struct IncrementSpec {
+struct IncrementTraits {
   NodeClass cls;
   bool up;
   bool postfix;
@@ -73,7 +73,7 @@ struct IncrementSpec {
 };
 
 // Prefix forms yield the changed value, postfix forms the value before it.
-template <const IncrementSpec& S>
+template <const IncrementTraits& S>
 class IncrementNode : public UnaryOperatorNode {
  public:
   IncrementNode(SymtabAdaptor& a, int pos, NodePtr operand)
@@ -115,7 +115,7 @@ class IncrementNode : public UnaryOperatorNode {
   }
 };
 
-extern const IncrementSpec kLeftPlusPlus, kLeftMinusMinus, kRightPlusPlus, kRightMinusMinus;
+extern const IncrementTraits kLeftPlusPlus, kLeftMinusMinus, kRightPlusPlus, kRightMinusMinus;
 
 using UnaryLeftPlusPlusNode = IncrementNode<kLeftPlusPlus>;
 using UnaryLeftMinusMinusNode = IncrementNode<kLeftMinusMinus>;

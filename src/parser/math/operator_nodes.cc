@@ -6,35 +6,35 @@ namespace MathParser_NS {
 
 using ParserCore_NS::Error;
 
-const BinarySpec kAddition{NodeClass::kAddition, &SymtabAdaptor::add, "+", kPrintAddSub, false};
-const BinarySpec kSubtraction{NodeClass::kSubtraction, &SymtabAdaptor::subtract, "-",
+const BinaryTraits kAddition{NodeClass::kAddition, &SymtabAdaptor::add, "+", kPrintAddSub, false};
+const BinaryTraits kSubtraction{NodeClass::kSubtraction, &SymtabAdaptor::subtract, "-",
                               kPrintAddSub, false};
-const BinarySpec kMultiplication{NodeClass::kMultiplication, &SymtabAdaptor::multiply, "*",
+const BinaryTraits kMultiplication{NodeClass::kMultiplication, &SymtabAdaptor::multiply, "*",
                                  kPrintMulDiv, false};
-const BinarySpec kDivision{NodeClass::kDivision, &SymtabAdaptor::divide, "/", kPrintMulDiv,
+const BinaryTraits kDivision{NodeClass::kDivision, &SymtabAdaptor::divide, "/", kPrintMulDiv,
                            false};
-const BinarySpec kModulus{NodeClass::kModulus, &SymtabAdaptor::modulus, "%", kPrintMulDiv, false};
-const BinarySpec kExponential{NodeClass::kExponential, &SymtabAdaptor::power, "^", kPrintPower,
+const BinaryTraits kModulus{NodeClass::kModulus, &SymtabAdaptor::modulus, "%", kPrintMulDiv, false};
+const BinaryTraits kExponential{NodeClass::kExponential, &SymtabAdaptor::power, "^", kPrintPower,
                               true};
-const BinarySpec kDot{NodeClass::kDot, &SymtabAdaptor::dot, " dot ", kPrintDotCross, false};
-const BinarySpec kCross{NodeClass::kCross, &SymtabAdaptor::cross, " cross ", kPrintDotCross,
+const BinaryTraits kDot{NodeClass::kDot, &SymtabAdaptor::dot, " dot ", kPrintDotCross, false};
+const BinaryTraits kCross{NodeClass::kCross, &SymtabAdaptor::cross, " cross ", kPrintDotCross,
                         false};
 
-const CompareSpec kEqual{NodeClass::kEqual, quorvix::ops::kEqual, "==", kPrintEqual};
-const CompareSpec kNotEqual{NodeClass::kNotEqual, quorvix::ops::kLess | quorvix::ops::kGreater,
+const CompareTraits kEqual{NodeClass::kEqual, quorvix::ops::kEqual, "==", kPrintEqual};
+const CompareTraits kNotEqual{NodeClass::kNotEqual, quorvix::ops::kLess | quorvix::ops::kGreater,
                             "!=", kPrintEqual};
-const CompareSpec kLessThan{NodeClass::kLessThan, quorvix::ops::kLess, "<", kPrintCompare};
-const CompareSpec kGreaterThan{NodeClass::kGreaterThan, quorvix::ops::kGreater, ">",
+const CompareTraits kLessThan{NodeClass::kLessThan, quorvix::ops::kLess, "<", kPrintCompare};
+const CompareTraits kGreaterThan{NodeClass::kGreaterThan, quorvix::ops::kGreater, ">",
                                kPrintCompare};
-const CompareSpec kLessThanEqualTo{NodeClass::kLessThanEqualTo,
+const CompareTraits kLessThanEqualTo{NodeClass::kLessThanEqualTo,
                                    quorvix::ops::kLess | quorvix::ops::kEqual, "<=", kPrintCompare};
-const CompareSpec kGreaterThanEqualTo{NodeClass::kGreaterThanEqualTo,
+const CompareTraits kGreaterThanEqualTo{NodeClass::kGreaterThanEqualTo,
                                       quorvix::ops::kGreater | quorvix::ops::kEqual, ">=",
                                       kPrintCompare};
 
-const UnarySpec kUnaryMinus{NodeClass::kUnaryMinus, &SymtabAdaptor::negate, "-", false};
-const UnarySpec kUnaryBang{NodeClass::kUnaryBang, &SymtabAdaptor::logicalNot, "!", false};
-const UnarySpec kUnaryRightTranspose{NodeClass::kUnaryRightTranspose, &SymtabAdaptor::transpose,
+const UnaryTraits kUnaryMinus{NodeClass::kUnaryMinus, &SymtabAdaptor::negate, "-", false};
+const UnaryTraits kUnaryBang{NodeClass::kUnaryBang, &SymtabAdaptor::logicalNot, "!", false};
+const UnaryTraits kUnaryRightTranspose{NodeClass::kUnaryRightTranspose, &SymtabAdaptor::transpose,
                                      "'", true};
 
 template <bool IsAnd>
@@ -86,9 +86,9 @@ NodePtr ProductRule(const Node& at, const Node& u, const Node& v, const std::str
 
 }  // namespace
 
-NodePtr DeriveArithmetic(const BinarySpec& spec, const Node& self, const Node& u, const Node& v,
+NodePtr DeriveArithmetic(const BinaryTraits& traits, const Node& self, const Node& u, const Node& v,
                          const std::string& var) {
-  switch (spec.cls) {
+  switch (traits.cls) {
     case NodeClass::kAddition:
       return Make<AdditionNode>(self, u.derivative(var), v.derivative(var));
     case NodeClass::kSubtraction:
@@ -121,9 +121,9 @@ NodePtr DeriveArithmetic(const BinarySpec& spec, const Node& self, const Node& u
   }
 }
 
-NodePtr DeriveUnary(const UnarySpec& spec, const Node& self, const Node& operand,
+NodePtr DeriveUnary(const UnaryTraits& traits, const Node& self, const Node& operand,
                     const std::string& var) {
-  if (spec.cls != NodeClass::kUnaryMinus) throw Error("Illegal differentiation", self.position());
+  if (traits.cls != NodeClass::kUnaryMinus) throw Error("Illegal differentiation", self.position());
   return std::make_unique<UnaryMinusNode>(self.adaptor(), self.position(),
                                           operand.derivative(var));
 }
@@ -137,13 +137,13 @@ double NumberOf(const Node& n) { return static_cast<const DoubleValueNode&>(n).v
 
 // Folds numeric constants and drops neutral elements (x+0, x*1, x^1) and
 // annihilators (x*0) so that derivatives read naturally.
-NodePtr SimplifyArithmetic(const BinarySpec& spec, Node& self, NodePtr& left, NodePtr& right) {
+NodePtr SimplifyArithmetic(const BinaryTraits& traits, Node& self, NodePtr& left, NodePtr& right) {
   if (NodePtr s = left->simplify()) left = std::move(s);
   if (NodePtr s = right->simplify()) right = std::move(s);
   bool ln = IsNumber(*left), rn = IsNumber(*right);
   if (ln && rn) {
     double a = NumberOf(*left), b = NumberOf(*right);
-    switch (spec.cls) {
+    switch (traits.cls) {
       case NodeClass::kAddition: return Number(self, a + b);
       case NodeClass::kSubtraction: return Number(self, a - b);
       case NodeClass::kMultiplication: return Number(self, a * b);
@@ -153,7 +153,7 @@ NodePtr SimplifyArithmetic(const BinarySpec& spec, Node& self, NodePtr& left, No
       default: return nullptr;
     }
   }
-  switch (spec.cls) {
+  switch (traits.cls) {
     case NodeClass::kAddition:
       if (left->isZero() && ln) return std::move(right);
       if (right->isZero() && rn) return std::move(left);

@@ -39,7 +39,7 @@ enum PrintLevel : int {
 
 using AdaptorBinary = void (SymtabAdaptor::*)(symtab&, symtab&, int);
 
-struct BinarySpec {
+struct BinaryTraits {
   NodeClass cls;
   AdaptorBinary op;
   const char* spelling;
@@ -49,7 +49,7 @@ struct BinarySpec {
 
 // Arithmetic: left into the result slot, right into a temporary, then the
 // in-place value operation.
-template <const BinarySpec& S>
+template <const BinaryTraits& S>
 class ArithmeticNode : public BinaryOperatorNode {
  public:
   using BinaryOperatorNode::BinaryOperatorNode;
@@ -128,7 +128,7 @@ class ArithmeticNode : public BinaryOperatorNode {
   }
 };
 
-extern const BinarySpec kAddition, kSubtraction, kMultiplication, kDivision, kModulus,
+extern const BinaryTraits kAddition, kSubtraction, kMultiplication, kDivision, kModulus,
     kExponential, kDot, kCross;
 
 using AdditionNode = ArithmeticNode<kAddition>;
@@ -140,14 +140,14 @@ using ExponentialNode = ArithmeticNode<kExponential>;
 using DotNode = ArithmeticNode<kDot>;
 using CrossNode = ArithmeticNode<kCross>;
 
-struct CompareSpec {
+struct CompareTraits {
   NodeClass cls;
   unsigned relation;
   const char* spelling;
   int level;
 };
 
-template <const CompareSpec& S>
+template <const CompareTraits& S>
 class ComparisonNode : public BinaryOperatorNode {
  public:
   using BinaryOperatorNode::BinaryOperatorNode;
@@ -185,7 +185,7 @@ class ComparisonNode : public BinaryOperatorNode {
   }
 };
 
-extern const CompareSpec kEqual, kNotEqual, kLessThan, kGreaterThan, kLessThanEqualTo,
+extern const CompareTraits kEqual, kNotEqual, kLessThan, kGreaterThan, kLessThanEqualTo,
     kGreaterThanEqualTo;
 
 using EqualNode = ComparisonNode<kEqual>;
@@ -226,14 +226,14 @@ using LogicalOrNode = LogicalNode<false>;
 
 using AdaptorUnary = void (SymtabAdaptor::*)(symtab&, int);
 
-struct UnarySpec {
+struct UnaryTraits {
   NodeClass cls;
   AdaptorUnary op;
   const char* spelling;
   bool postfix;
 };
 
-template <const UnarySpec& S>
+template <const UnaryTraits& S>
 class SimpleUnaryNode : public UnaryOperatorNode {
  public:
   SimpleUnaryNode(SymtabAdaptor& a, int pos, NodePtr operand)
@@ -264,31 +264,31 @@ class SimpleUnaryNode : public UnaryOperatorNode {
   }
 };
 
-extern const UnarySpec kUnaryMinus, kUnaryBang, kUnaryRightTranspose;
+extern const UnaryTraits kUnaryMinus, kUnaryBang, kUnaryRightTranspose;
 
 using UnaryMinusNode = SimpleUnaryNode<kUnaryMinus>;
 using UnaryBangNode = SimpleUnaryNode<kUnaryBang>;
 using UnaryRightTransposeNode = SimpleUnaryNode<kUnaryRightTranspose>;
 
 // Builds the derivative product rule and friends; shared by the templates.
-NodePtr DeriveArithmetic(const BinarySpec& spec, const Node& self, const Node& left,
+NodePtr DeriveArithmetic(const BinaryTraits& traits, const Node& self, const Node& left,
                          const Node& right, const std::string& variable);
-NodePtr SimplifyArithmetic(const BinarySpec& spec, Node& self, NodePtr& left, NodePtr& right);
+NodePtr SimplifyArithmetic(const BinaryTraits& traits, Node& self, NodePtr& left, NodePtr& right);
 
-template <const BinarySpec& S>
+template <const BinaryTraits& S>
 NodePtr ArithmeticNode<S>::derivative(const std::string& variable) const {
   return DeriveArithmetic(S, *this, *left_, *right_, variable);
 }
 
-template <const BinarySpec& S>
+template <const BinaryTraits& S>
 NodePtr ArithmeticNode<S>::simplify() {
   return SimplifyArithmetic(S, *this, left_, right_);
 }
 
-NodePtr DeriveUnary(const UnarySpec& spec, const Node& self, const Node& operand,
+NodePtr DeriveUnary(const UnaryTraits& traits, const Node& self, const Node& operand,
                     const std::string& variable);
 
-template <const UnarySpec& S>
+template <const UnaryTraits& S>
 NodePtr SimpleUnaryNode<S>::derivative(const std::string& variable) const {
   return DeriveUnary(S, *this, *operand_, variable);
 }
