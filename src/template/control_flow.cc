@@ -165,7 +165,7 @@ int FillerBase::st_for() {
   Free(v);
   if (!Expect(';')) return SyntaxError("';' expected in FOR statement");
   char* step_start = read_pos_;
-  delete[] balance(&read_pos_);
+  BalanceText(&read_pos_);  // the step runs first at the loop's end
   if (!Expect(')')) return SyntaxError("')' expected in FOR statement");
   if (!OpenLoop(increment)) return 1;
   if (IsFalse() == 0) {
@@ -187,13 +187,8 @@ int FillerBase::st_foreach() {
   while (IsWordChar(*read_pos_)) ++read_pos_;
   std::string name(name_start, static_cast<std::size_t>(read_pos_ - name_start));
   if (!Expect('=')) return SyntaxError("'=' expected in FOREACH statement");
-  char* text = balance(&read_pos_);
-  symtab* array = on ? parser_->Evaluate(text) : nullptr;
-  delete[] text;
-  if (on && array == nullptr) {
-    expression_error(parser_);
-    return 1;
-  }
+  symtab* array = nullptr;
+  if (ReadExpression(&read_pos_, array)) return 1;
   int count = 0;
   std::string assignment;
   if (array != nullptr) {
@@ -243,7 +238,7 @@ int FillerBase::st_endloop() {
   if (Pop(1, parser_) == 0) return 0;
   // An "endloop" outside its loop's own text abandoned that text; if reading
   // went back to plain text, the brace group being read is over.
-  if (*read_pos_ != '\0' && !resume_brace_) leave_group_ = true;
+  if (!error_flag_ && *read_pos_ != '\0' && !resume_brace_) leave_group_ = true;
   return error_flag_;
 }
 
@@ -273,12 +268,11 @@ int FillerBase::st_return() {
     return_code_ = new symtab;
     return_code_->SetString("");
   } else {
-    char* text = balance(&read_pos_);
+    std::string text = BalanceText(&read_pos_);
     if (IsFalse() == 0) {
       Free(return_code_);
-      return_code_ = parser_->Evaluate(text);
+      return_code_ = parser_->Evaluate(text.data());
     }
-    delete[] text;
   }
   if (IsFalse() != 0) return 0;
   // Every open source, loops included, closes and the fill ends.

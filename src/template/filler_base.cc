@@ -218,6 +218,9 @@ char* FillerBase::RunFill(char* buffer, char* start, const std::string& name, ch
   buffer_start_ = buffer;
   buffer_owned_ = 0;
   source_name_ = name;
+  // A fill that stopped inside a brace group leaves these set.
+  resume_brace_ = 0;
+  leave_group_ = false;
   p_Fill(errors);
   char* result = out.str();
   current_output_ = nullptr;

@@ -21,20 +21,51 @@ std::vector<std::string>& Reports() {
 }
 void CaptureReport(const char* message) { Reports().push_back(message ? message : "(null)"); }
 
-symtab* NewScalar(const char* name, double v) {
+std::string Text(const symtab& v) {
+  std::string out;
+  if (!quorvix::FormatValue(v, quorvix::ValueFormat{}, out)) out = "(no text)";
+  return out;
+}
+
+// Hands `p` a named record holding `values` (one value: a scalar).
+void AddVar(MathParser& p, const char* name, std::vector<double> values) {
+  symtab s;
+  s.SetName(name);
+  if (values.size() == 1) s.SetScalar(values[0]);
+  else std::copy(values.begin(), values.end(), s.SetArray(1, static_cast<int>(values.size())));
+  p.AddVariable(&s);
+}
+
+symtab* NewScalar(double v) {
   auto* s = new symtab;
-  s->SetName(name);
   s->SetScalar(v);
   return s;
 }
 
-symtab* NewArray(const char* name, int rows, int cols, std::vector<double> values) {
-  auto* s = new symtab;
-  s->SetName(name);
-  double* d = s->SetArray(rows, cols);
-  for (std::size_t i = 0; i < values.size(); ++i) d[i] = values[i];
-  return s;
+// Functions registered under a test name for the duration of one test.
+symtab* TwoErrors(sym_list*) {
+  MathParser::Error("first message");
+  MathParser::Error("second message");
+  return nullptr;
 }
+symtab* ErrorButValue(sym_list*) {
+  MathParser::Error("reported anyway");
+  return NewScalar(1);
+}
+symtab* ThrowInt(sym_list*) { throw 7; }
+symtab* ThrowRuntime(sym_list*) { throw std::runtime_error("boom"); }
+MathParser* g_seen_parser = nullptr;
+symtab* RecordCurrentParser(sym_list*) {
+  g_seen_parser = MathParser::current_parser;
+  return NewScalar(0);
+}
+
+const struct Fn {
+  const char* name;
+  BuiltinHandler fn;
+} kFns[] = {{"qvmp_twoerrors", TwoErrors}, {"qvmp_errorbutvalue", ErrorButValue},
+            {"qvmp_throwint", ThrowInt}, {"qvmp_throwruntime", ThrowRuntime},
+            {"qvmp_current", RecordCurrentParser}};
 
 class MathParserTest : public testing::Test {
  protected:
@@ -42,8 +73,11 @@ class MathParserTest : public testing::Test {
     saved_ = MathParser::err_fun;
     MathParser::SetErrorFunction(CaptureReport);
     Reports().clear();
+    MathParser first;  // the built-ins go in before the test functions
+    for (const Fn& f : kFns) ASSERT_EQ(MathParser::AddFunc(f.name, f.fn, 1), 0);
   }
   void TearDown() override {
+    for (const Fn& f : kFns) MathParser::RemoveFunc(f.name);
     MathParser::SetErrorFunction(saved_);
     MathParser::ClearError();
   }
@@ -51,18 +85,20 @@ class MathParserTest : public testing::Test {
   // The value as the template engine writes it, or "error: <message>".
   std::string Eval(MathParser& p, const char* text) {
     Reports().clear();
-    symtab* v = p.Evaluate(text);
-    return Describe(v);
+    return Describe(p.Evaluate(text));
   }
   std::string Run(MathParser& p, MathParserExpression* e) {
     Reports().clear();
     return Describe(p.Evaluate(e));
   }
+  // Evaluates texts that must all give the empty string (assignments).
+  void Set(MathParser& p, std::initializer_list<const char*> texts) {
+    for (const char* t : texts) EXPECT_EQ(Eval(p, t), "") << t;
+  }
   static std::string Describe(symtab* v) {
     if (v == nullptr)
       return Reports().empty() ? "null without report" : "error: " + Reports().front();
-    std::string out;
-    if (!quorvix::FormatValue(*v, quorvix::ValueFormat{}, out)) out = "(no text)";
+    std::string out = Text(*v);
     v->Delete();
     return out;
   }
@@ -90,66 +126,43 @@ TEST_F(MathParserTest, WithoutErrorFunctionAFailureIsSilent) {
   EXPECT_TRUE(Reports().empty());
 }
 
-symtab* TwoErrors(sym_list*) {
-  MathParser::Error("first message");
-  MathParser::Error("second message");
-  return nullptr;
-}
-
-symtab* ErrorButValue(sym_list*) {
-  MathParser::Error("reported anyway");
-  auto* s = new symtab;
-  s->SetScalar(1);
-  return s;
-}
-
-TEST_F(MathParserTest, FirstErrorOfAnEvaluationIsTheOneReported) {
+TEST_F(MathParserTest, FirstErrorIsTheOneReportedAndFailsEvenAValue) {
   MathParser p;
-  ASSERT_EQ(MathParser::AddFunc("qvmp_twoerrors", TwoErrors, 1), 0);
   EXPECT_EQ(Eval(p, "1 + qvmp_twoerrors(1)"), "error: first message");
   EXPECT_EQ(Reports().size(), 1u);
   // A later failing operation of the same evaluation does not replace it.
   EXPECT_EQ(Eval(p, "qvmp_twoerrors(1) + \"a\" * 2"), "error: first message");
-  MathParser::RemoveFunc("qvmp_twoerrors");
-}
-
-TEST_F(MathParserTest, ErrorPendingAfterACallFailsItEvenWithAValue) {
-  MathParser p;
-  ASSERT_EQ(MathParser::AddFunc("qvmp_errorbutvalue", ErrorButValue, 1), 0);
   EXPECT_EQ(Eval(p, "qvmp_errorbutvalue(1)"), "error: reported anyway");
-  MathParser::RemoveFunc("qvmp_errorbutvalue");
-}
-
-TEST_F(MathParserTest, ErrorKeepsTheFirstMessage) {
   MathParser::ClearError();
   MathParser::Error("one");
   MathParser::Error("two");
   EXPECT_EQ(MathParser::ErrorText(), "one");
 }
 
-TEST_F(MathParserTest, ErrorLeftFromBeforeDoesNotFailTheNextEvaluation) {
+TEST_F(MathParserTest, EachEvaluationStartsClean) {
   MathParser p;
   MathParser::Error("stale");
   EXPECT_EQ(Eval(p, "1+1"), "2");
   EXPECT_TRUE(Reports().empty());
   EXPECT_FALSE(MathParser::ErrorPending());
-}
-
-TEST_F(MathParserTest, EvaluationAfterAFailureStartsClean) {
-  MathParser p;
   EXPECT_EQ(Eval(p, "1/0"), "error: Divide by zero");
   EXPECT_EQ(Eval(p, "2*3"), "6");
   EXPECT_TRUE(Reports().empty());
-  EXPECT_EQ(Eval(p, "{1,\"a\"}"), "error: Array contains both numeric and string elements");
 }
 
-TEST_F(MathParserTest, UnknownSymbolIsReportedAndLeftInTheTableAsUndefined) {
+TEST_F(MathParserTest, UnknownNamesAreLeftInTheTableAsUndefined) {
   MathParser p;
   EXPECT_EQ(Eval(p, "x"), "error: Unknown symbol \"x\"");
   auto it = p.Variables().find("x");
   ASSERT_NE(it, p.Variables().end());
   EXPECT_EQ(it->second->type, SYM_UNDEFINED);
   EXPECT_EQ(p.GetVariable("x"), nullptr);
+  EXPECT_EQ(p.GetVariable("nothing"), nullptr);
+  EXPECT_EQ(p.Variables().count("nothing"), 1u);
+  // Names are case sensitive.
+  AddVar(p, "a", {1});
+  EXPECT_EQ(p.GetVariable("A"), nullptr);
+  EXPECT_EQ(Eval(p, "A"), "error: Unknown symbol \"A\"");
 }
 
 TEST_F(MathParserTest, ErrorPositionCountsFromTheStartOfTheGivenText) {
@@ -160,62 +173,39 @@ TEST_F(MathParserTest, ErrorPositionCountsFromTheStartOfTheGivenText) {
   EXPECT_EQ(p.ErrorPosition(), 1);
 }
 
-symtab* ThrowInt(sym_list*) { throw 7; }
-symtab* ThrowRuntime(sym_list*) { throw std::runtime_error("boom"); }
-
-TEST_F(MathParserTest, IntegerThrownInsideEndsTheEvaluationSilently) {
+TEST_F(MathParserTest, ThrownIntegerEndsSilentlyAndOtherExceptionsAreInternalErrors) {
   MathParser p;
-  ASSERT_EQ(MathParser::AddFunc("qvmp_throwint", ThrowInt, 1), 0);
-  Reports().clear();
   EXPECT_EQ(p.Evaluate("qvmp_throwint(1)"), nullptr);
   EXPECT_TRUE(Reports().empty());
-  MathParser::RemoveFunc("qvmp_throwint");
-}
-
-TEST_F(MathParserTest, OtherExceptionThrownInsideIsAnInternalError) {
-  MathParser p;
-  ASSERT_EQ(MathParser::AddFunc("qvmp_throwruntime", ThrowRuntime, 1), 0);
   EXPECT_EQ(Eval(p, "qvmp_throwruntime(1)"), "error: Internal error");
   EXPECT_EQ(Reports().size(), 1u);
-  MathParser::RemoveFunc("qvmp_throwruntime");
-}
-
-MathParser* g_seen_parser = nullptr;
-symtab* RecordCurrentParser(sym_list*) {
-  g_seen_parser = MathParser::current_parser;
-  auto* s = new symtab;
-  s->SetScalar(0);
-  return s;
 }
 
 TEST_F(MathParserTest, CurrentParserIsTheEvaluatingOneAndIsRestoredAfterwards) {
   MathParser outer, inner;
-  ASSERT_EQ(MathParser::AddFunc("qvmp_current", RecordCurrentParser, 1), 0);
   MathParser* before = MathParser::current_parser;
   EXPECT_EQ(Eval(inner, "qvmp_current(1)"), "0");
   EXPECT_EQ(g_seen_parser, &inner);
   EXPECT_EQ(MathParser::current_parser, before);
-  g_seen_parser = nullptr;
   EXPECT_EQ(Eval(outer, "qvmp_current(1) + #"), "error: Syntax error");
   EXPECT_EQ(MathParser::current_parser, before);
-  MathParser::RemoveFunc("qvmp_current");
 }
 
 TEST_F(MathParserTest, ExpressionTextIsACopyOfTheLastText) {
   MathParser p;
   char text[] = "  1+2";
-  symtab* v = p.Evaluate(text);
-  ASSERT_NE(v, nullptr);
-  v->Delete();
+  EXPECT_EQ(Eval(p, text), "3");
   text[2] = '9';
   EXPECT_STREQ(p.ExpressionText(), "  1+2");
 }
 
 // ---- Variables ----------------------------------------------------------------
 
-TEST_F(MathParserTest, AddVariableStoresADeepCopy) {
+TEST_F(MathParserTest, AddVariableStoresADeepCopyReplacingTheSameName) {
   MathParser p;
-  symtab* v = NewArray("v", 1, 3, {1, 2, 3});
+  auto* v = new symtab;
+  v->SetName("v");
+  std::copy_n(std::vector<double>{1, 2, 3}.begin(), 3, v->SetArray(1, 3));
   EXPECT_EQ(p.AddVariable(v), 0);
   v->data[0] = 100;
   v->SetName("w");
@@ -223,30 +213,20 @@ TEST_F(MathParserTest, AddVariableStoresADeepCopy) {
   EXPECT_EQ(Eval(p, "w"), "error: Unknown symbol \"w\"");
   v->Delete();
   EXPECT_EQ(Eval(p, "v[2]"), "3");
-}
-
-TEST_F(MathParserTest, AddVariableReplacesTheRecordOfTheSameName) {
-  MathParser p;
-  symtab* a = NewScalar("a", 1);
-  symtab* b = NewArray("a", 1, 2, {5, 6});
-  p.AddVariable(a);
-  p.AddVariable(b);
+  AddVar(p, "a", {1});
+  AddVar(p, "a", {5, 6});
   EXPECT_EQ(Eval(p, "a"), "5, 6");
-  a->Delete();
-  b->Delete();
-}
-
-TEST_F(MathParserTest, AddVariableIgnoresARecordWithoutName) {
-  MathParser p;
-  symtab* anon = NewScalar(nullptr, 1);
-  EXPECT_EQ(p.AddVariable(anon), 0);
+  // A record without name is ignored.
+  p.ClearStack();
+  symtab anon;
+  anon.SetScalar(1);
+  EXPECT_EQ(p.AddVariable(&anon), 0);
   EXPECT_TRUE(p.Variables().empty());
-  anon->Delete();
 }
 
 TEST_F(MathParserTest, GetVariableReturnsACopyOwnedByTheCaller) {
   MathParser p;
-  EXPECT_EQ(Eval(p, "v={1,2}"), "");
+  Set(p, {"v={1,2}"});
   symtab* got = p.GetVariable("v");
   ASSERT_NE(got, nullptr);
   ASSERT_EQ(got->type, SYM_ARRAY);
@@ -256,25 +236,9 @@ TEST_F(MathParserTest, GetVariableReturnsACopyOwnedByTheCaller) {
   EXPECT_EQ(Eval(p, "v"), "1, 2");
 }
 
-TEST_F(MathParserTest, GetVariableOfAnUnknownNameIsNullAndEntersTheName) {
+TEST_F(MathParserTest, SetVariableWritesNumbersInPlaceAndLeavesOtherKindsAlone) {
   MathParser p;
-  EXPECT_EQ(p.GetVariable("nothing"), nullptr);
-  EXPECT_EQ(p.Variables().count("nothing"), 1u);
-}
-
-TEST_F(MathParserTest, VariableNamesAreCaseSensitive) {
-  MathParser p;
-  symtab* a = NewScalar("a", 1);
-  p.AddVariable(a);
-  a->Delete();
-  EXPECT_EQ(p.GetVariable("A"), nullptr);
-  EXPECT_EQ(Eval(p, "A"), "error: Unknown symbol \"A\"");
-}
-
-TEST_F(MathParserTest, SetVariableWritesScalarAndArrayValuesInPlace) {
-  MathParser p;
-  EXPECT_EQ(Eval(p, "s=1"), "");
-  EXPECT_EQ(Eval(p, "m={{1,2},{3,4}}"), "");
+  Set(p, {"s=1", "m={{1,2},{3,4}}", "t=\"text\""});
   double s = 2.5;
   symtab* rec = p.SetVariable("s", &s);
   ASSERT_NE(rec, nullptr);
@@ -283,52 +247,27 @@ TEST_F(MathParserTest, SetVariableWritesScalarAndArrayValuesInPlace) {
   p.SetVariable("m", m);
   EXPECT_EQ(Eval(p, "s"), "2.5");
   EXPECT_EQ(Eval(p, "m"), "{ 5, 6 }, { 7, 8 }");
-}
-
-TEST_F(MathParserTest, SetVariableLeavesOtherKindsAlone) {
-  MathParser p;
-  EXPECT_EQ(Eval(p, "t=\"text\""), "");
-  double d = 3;
-  p.SetVariable("t", &d);
+  p.SetVariable("t", &s);
   EXPECT_EQ(Eval(p, "t"), "text");
-  symtab* fresh = p.SetVariable("fresh", &d);
+  symtab* fresh = p.SetVariable("fresh", &s);
   ASSERT_NE(fresh, nullptr);
   EXPECT_EQ(fresh->type, SYM_UNDEFINED);
 }
 
-TEST_F(MathParserTest, ClearVariableRemovesOnlyThatName) {
+TEST_F(MathParserTest, ClearingVariables) {
   MathParser p;
-  EXPECT_EQ(Eval(p, "a=1"), "");
-  EXPECT_EQ(Eval(p, "b=2"), "");
+  Set(p, {"a=1", "b=2", "B=3", "c=4"});
+  p.ClearVariablesExcept({});  // an empty set keeps every variable
+  EXPECT_EQ(p.Variables().size(), 4u);
   p.ClearVariable("a");
   p.ClearVariable("not_there");
   EXPECT_EQ(Eval(p, "a"), "error: Unknown symbol \"a\"");
-  EXPECT_EQ(Eval(p, "b"), "2");
-}
-
-TEST_F(MathParserTest, ClearVariablesExceptWithAnEmptySetKeepsEveryVariable) {
-  MathParser p;
-  EXPECT_EQ(Eval(p, "a=1"), "");
-  EXPECT_EQ(Eval(p, "b=2"), "");
-  p.ClearVariablesExcept({});
-  EXPECT_EQ(p.Variables().size(), 2u);
-  EXPECT_EQ(Eval(p, "a+b"), "3");
-}
-
-TEST_F(MathParserTest, ClearVariablesExceptKeepsExactlyTheNamedOnes) {
-  MathParser p;
-  for (const char* t : {"a=1", "b=2", "B=3", "c=4"}) EXPECT_EQ(Eval(p, t), "");
+  EXPECT_EQ(Eval(p, "b+B+c"), "9");
   p.ClearVariablesExcept({"b", "c", "not_there"});
   EXPECT_EQ(p.Variables().size(), 2u);
   EXPECT_EQ(Eval(p, "b+c"), "6");
   EXPECT_EQ(Eval(p, "B"), "error: Unknown symbol \"B\"");
-  EXPECT_EQ(Eval(p, "a"), "error: Unknown symbol \"a\"");
-}
-
-TEST_F(MathParserTest, ClearStackRemovesEveryVariable) {
-  MathParser p;
-  EXPECT_EQ(Eval(p, "a=1"), "");
-  EXPECT_EQ(Eval(p, "s={\"x\",\"y\"}"), "");
+  Set(p, {"s={\"x\",\"y\"}"});
   p.ClearStack();
   EXPECT_TRUE(p.Variables().empty());
   EXPECT_EQ(Eval(p, "s"), "error: Unknown symbol \"s\"");
@@ -336,77 +275,58 @@ TEST_F(MathParserTest, ClearStackRemovesEveryVariable) {
 
 TEST_F(MathParserTest, ShowMathParserStackListsNamesAndScalarValues) {
   MathParser p;
-  EXPECT_EQ(Eval(p, "b=2.5"), "");
-  EXPECT_EQ(Eval(p, "a=\"x\""), "");
+  Set(p, {"b=2.5", "a=\"x\""});
   testing::internal::CaptureStderr();
   MathParser::ShowMathParserStack(&p);
   EXPECT_EQ(testing::internal::GetCapturedStderr(), "a\nb\n2.5\n");
 }
 
-symtab* AnswerFortyTwo(char* name) {
-  if (std::string(name) != "answer") return nullptr;
-  auto* s = new symtab;
-  s->SetScalar(42);
-  return s;
+symtab* AnswerFortyTwo(char* name) { return std::string(name) == "answer" ? NewScalar(42) : nullptr; }
+symtab* AnswerSeven(char* name) {
+  return std::string(name) == "answer" || std::string(name) == "seven" ? NewScalar(7) : nullptr;
 }
 
-TEST_F(MathParserTest, CopyConstructorCopiesVariablesHooksAndOptions) {
+TEST_F(MathParserTest, CopiesTakeVariablesHooksAndOptions) {
   MathParser p;
-  EXPECT_EQ(Eval(p, "v={1,2}"), "");
+  Set(p, {"v={1,2}"});
   p.AddGetFunc(AnswerFortyTwo);
   p.AllowEscapeCharactersInStrings(false);
   MathParser copy(p);
-  EXPECT_EQ(Eval(p, "v[0]=7"), "");
+  Set(p, {"v[0]=7"});
   EXPECT_EQ(Eval(copy, "v"), "1, 2");
   EXPECT_EQ(Eval(copy, "answer"), "42");
   EXPECT_FALSE(copy.AllowEscapeCharactersInStrings());
-}
 
-TEST_F(MathParserTest, CopyAssignmentReplacesTheVariables) {
-  MathParser p, q;
-  EXPECT_EQ(Eval(p, "a=1"), "");
-  EXPECT_EQ(Eval(q, "b=2"), "");
-  q = p;
+  MathParser q, r;
+  Set(q, {"a=1"});
+  Set(r, {"b=2"});
+  r = q;
+  EXPECT_EQ(Eval(r, "a"), "1");
+  EXPECT_EQ(Eval(r, "b"), "error: Unknown symbol \"b\"");
+  Set(r, {"a=5"});
   EXPECT_EQ(Eval(q, "a"), "1");
-  EXPECT_EQ(Eval(q, "b"), "error: Unknown symbol \"b\"");
-  EXPECT_EQ(Eval(q, "a=5"), "");
-  EXPECT_EQ(Eval(p, "a"), "1");
 }
 
-// ---- Assignments switched off ---------------------------------------------------
-
-TEST_F(MathParserTest, WithAssignmentsOffTableVariablesAreNotSeen) {
+TEST_F(MathParserTest, WithAssignmentsOffTheTableIsNeitherReadNorWritten) {
   MathParser p;
-  symtab* a = NewScalar("a", 1);
-  p.AddVariable(a);
-  a->Delete();
+  AddVar(p, "a", {1});
+  Set(p, {"v={1,2}"});
   p.AllowAssign(0);
   EXPECT_EQ(p.AllowAssign(), 0);
   EXPECT_EQ(p.GetVariable("a"), nullptr);
   EXPECT_EQ(Eval(p, "a"), "error: Unknown symbol \"a\"");
-  // Nothing is entered into the table either.
-  EXPECT_EQ(p.GetVariable("other"), nullptr);
+  EXPECT_EQ(p.GetVariable("other"), nullptr);  // nothing is entered either
   EXPECT_EQ(Eval(p, "other"), "error: Unknown symbol \"other\"");
-  EXPECT_EQ(p.Variables().size(), 1u);
-  p.AllowAssign(1);
-  EXPECT_EQ(Eval(p, "a"), "1");
-}
-
-TEST_F(MathParserTest, WithAssignmentsOffEveryStoreIsRefused) {
-  MathParser p;
-  EXPECT_EQ(Eval(p, "v={1,2}"), "");
-  p.AllowAssign(0);
+  EXPECT_EQ(p.Variables().size(), 2u);
   p.AddGetFunc(MathParser::GetDataPi);
-  EXPECT_EQ(Eval(p, "a=1"), "error: Assignments not allowed");
-  EXPECT_EQ(Eval(p, "pi+=1"), "error: Assignments not allowed");
-  EXPECT_EQ(Eval(p, "pi++"), "error: Assignments not allowed");
-  EXPECT_EQ(Eval(p, "v[0]=1"), "error: Assignments not allowed");
+  for (const char* t : {"b=1", "pi+=1", "pi++", "v[0]=1"})
+    EXPECT_EQ(Eval(p, t), "error: Assignments not allowed") << t;
   EXPECT_EQ(p.ErrorPosition(), 1);
-  // Get functions still answer.
-  EXPECT_EQ(Eval(p, "pi*2"), "6.28319");
+  EXPECT_EQ(Eval(p, "pi*2"), "6.28319");  // get functions still answer
   p.AllowAssign(1);
   EXPECT_EQ(Eval(p, "v"), "1, 2");
-  EXPECT_EQ(Eval(p, "a"), "error: Unknown symbol \"a\"");
+  EXPECT_EQ(Eval(p, "a"), "1");
+  EXPECT_EQ(Eval(p, "b"), "error: Unknown symbol \"b\"");
 }
 
 // ---- Get and set functions --------------------------------------------------------
@@ -415,7 +335,6 @@ TEST_F(MathParserTest, GetFunctionsAnswerForUndefinedNames) {
   MathParser p;
   EXPECT_EQ(Eval(p, "pi"), "error: Unknown symbol \"pi\"");
   p.AddGetFunc(MathParser::GetDataPi);
-  Reports().clear();
   symtab* v = p.Evaluate("pi");
   ASSERT_NE(v, nullptr);
   EXPECT_EQ(v->type, SYM_SCALAR);
@@ -423,112 +342,55 @@ TEST_F(MathParserTest, GetFunctionsAnswerForUndefinedNames) {
   EXPECT_EQ(v->name, nullptr);
   v->Delete();
   EXPECT_EQ(Eval(p, "PI*2"), "6.28319");
-  EXPECT_EQ(Eval(p, "Pi"), "error: Unknown symbol \"Pi\"");
-}
-
-TEST_F(MathParserTest, GetDataPiAnswersExactlyPiAndPI) {
-  for (const char* name : {"pi", "PI"}) {
-    std::string n = name;
-    symtab* v = MathParser::GetDataPi(n.data());
-    ASSERT_NE(v, nullptr) << name;
-    EXPECT_DOUBLE_EQ(v->value, 3.14159265358979323846);
-    v->Delete();
-  }
   for (const char* name : {"Pi", "pI", "pi2", "p", ""}) {
     std::string n = name;
     EXPECT_EQ(MathParser::GetDataPi(n.data()), nullptr) << name;
   }
 }
 
-symtab* AnswerSeven(char* name) {
-  if (std::string(name) != "answer" && std::string(name) != "seven") return nullptr;
-  auto* s = new symtab;
-  s->SetScalar(7);
-  return s;
-}
-
-TEST_F(MathParserTest, GetFunctionsAreAskedInTheOrderOfAddition) {
-  MathParser p;
-  p.AddGetFunc(AnswerFortyTwo);
-  p.AddGetFunc(AnswerSeven);
-  EXPECT_EQ(Eval(p, "answer"), "42");
-  EXPECT_EQ(Eval(p, "seven"), "7");
-}
-
-TEST_F(MathParserTest, AddGetFuncIgnoresAFunctionAlreadyThere) {
-  MathParser p;
-  p.AddGetFunc(MathParser::GetDataPi);
-  p.AddGetFunc(AnswerFortyTwo);
-  p.AddGetFunc(MathParser::GetDataPi);
-  EXPECT_EQ(p.NumGetFuncs(), 2);
-}
-
-TEST_F(MathParserTest, CopyGetFuncsAddsTheOtherParsersGetFunctions) {
+TEST_F(MathParserTest, GetFunctionsAreAskedInOrderAndAddedOnce) {
   MathParser p, q;
   p.AddGetFunc(AnswerFortyTwo);
+  p.AddGetFunc(AnswerSeven);
+  p.AddGetFunc(AnswerFortyTwo);
+  EXPECT_EQ(p.NumGetFuncs(), 2);
+  EXPECT_EQ(Eval(p, "answer"), "42");
+  EXPECT_EQ(Eval(p, "seven"), "7");
   q.AddGetFunc(MathParser::GetDataPi);
   q.AddGetFunc(AnswerFortyTwo);
   p.CopyGetFuncs(&q);
-  EXPECT_EQ(p.NumGetFuncs(), 2);
+  EXPECT_EQ(p.NumGetFuncs(), 3);
   EXPECT_EQ(Eval(p, "pi > 3"), "1");
 }
 
-struct Store {
-  std::string name;
-  std::string value;
-};
-std::vector<Store>& Stores() {
-  static std::vector<Store> stores;
+std::vector<std::string>& Stores() {
+  static std::vector<std::string> stores;
   return stores;
 }
 int RecordStore(char* name, symtab* value) {
-  std::string text;
-  if (!quorvix::FormatValue(*value, quorvix::ValueFormat{}, text)) text = "(no text)";
-  Stores().push_back({name, text});
+  Stores().push_back(std::string(name) + "=" + Text(*value));
   return 0;
 }
 
-TEST_F(MathParserTest, SetFunctionsHearEveryStoreWithTheNewValue) {
+TEST_F(MathParserTest, SetFunctionsHearEverySuccessfulStoreWithTheNewValue) {
   MathParser p;
   p.AddSetFunc(RecordStore);
   Stores().clear();
-  EXPECT_EQ(Eval(p, "a=4"), "");
-  EXPECT_EQ(Eval(p, "a+=1"), "");
+  Set(p, {"a=4", "a+=1"});
   EXPECT_EQ(Eval(p, "a++"), "5");
-  EXPECT_EQ(Eval(p, "v={1,2}"), "");
-  EXPECT_EQ(Eval(p, "v[1]=9"), "");
-  ASSERT_EQ(Stores().size(), 5u);
-  EXPECT_EQ(Stores()[0].name, "a");
-  EXPECT_EQ(Stores()[0].value, "4");
-  EXPECT_EQ(Stores()[1].value, "5");
-  EXPECT_EQ(Stores()[2].value, "6");
-  EXPECT_EQ(Stores()[3].name, "v");
-  EXPECT_EQ(Stores()[4].name, "v");
-  EXPECT_EQ(Stores()[4].value, "1, 9");
-}
-
-TEST_F(MathParserTest, SetFunctionsAreNotCalledWhenTheStoreFails) {
-  MathParser p;
-  EXPECT_EQ(Eval(p, "v={1,2}"), "");
-  p.AddSetFunc(RecordStore);
+  Set(p, {"v={1,2}", "v[1]=9"});
+  EXPECT_EQ(Stores(), (std::vector<std::string>{"a=4", "a=5", "a=6", "v=1, 2", "v=1, 9"}));
   Stores().clear();
   EXPECT_EQ(Eval(p, "v[5]=1"), "error: Subscript out of range");
   EXPECT_EQ(Eval(p, "1=2"), "error: Invalid assignment");
   EXPECT_EQ(Eval(p, "@printable(a=1)"), "a = 1");
   EXPECT_TRUE(Stores().empty());
-}
-
-TEST_F(MathParserTest, AddSetFuncDoesNotTestForDuplicates) {
-  MathParser p;
-  p.AddSetFunc(RecordStore);
+  // Duplicates are not tested for.
   p.AddSetFunc(RecordStore);
   EXPECT_EQ(p.NumSetFuncs(), 2);
-  Stores().clear();
-  EXPECT_EQ(Eval(p, "a=1"), "");
+  Set(p, {"a=1"});
   EXPECT_EQ(Stores().size(), 2u);
 }
-
-// ---- Options ------------------------------------------------------------------------
 
 TEST_F(MathParserTest, EscapeOptionBelongsToEachParser) {
   MathParser on, off;
@@ -546,52 +408,36 @@ TEST_F(MathParserTest, EscapeOptionBelongsToEachParser) {
 TEST_F(MathParserTest, ParsedExpressionSeesTheVariablesOfEachEvaluation) {
   MathParser p;
   std::unique_ptr<MathParserExpression> e(p.CreateExpression("  a*2+b"));
+  std::unique_ptr<MathParserExpression> inc(p.CreateExpression("n++"));
   ASSERT_NE(e, nullptr);
-  EXPECT_EQ(Eval(p, "a=1"), "");
-  EXPECT_EQ(Eval(p, "b=0"), "");
+  ASSERT_NE(inc, nullptr);
+  Set(p, {"a=1", "b=0", "n=0"});
   EXPECT_EQ(Run(p, e.get()), "2");
-  symtab* a = NewScalar("a", 5);
-  p.AddVariable(a);
-  a->Delete();
+  AddVar(p, "a", {5});
   EXPECT_EQ(Run(p, e.get()), "10");
   p.ClearVariable("b");
   EXPECT_EQ(Run(p, e.get()), "error: Invalid addition type");
-  EXPECT_EQ(Eval(p, "b={1,2}"), "");
+  Set(p, {"b={1,2}"});
   EXPECT_EQ(Run(p, e.get()), "11, 12");
-}
-
-TEST_F(MathParserTest, ParsedExpressionReportsItsErrors) {
-  MathParser p;
-  std::unique_ptr<MathParserExpression> e(p.CreateExpression("1/a"));
-  ASSERT_NE(e, nullptr);
-  EXPECT_EQ(Eval(p, "a=0"), "");
-  EXPECT_EQ(Run(p, e.get()), "error: Divide by zero");
-  EXPECT_EQ(Eval(p, "a=4"), "");
-  EXPECT_EQ(Run(p, e.get()), "0.25");
-}
-
-TEST_F(MathParserTest, ParsedExpressionWithAnAssignmentStoresEachTime) {
-  MathParser p;
-  std::unique_ptr<MathParserExpression> e(p.CreateExpression("n++"));
-  ASSERT_NE(e, nullptr);
-  EXPECT_EQ(Eval(p, "n=0"), "");
-  EXPECT_EQ(Run(p, e.get()), "0");
-  EXPECT_EQ(Run(p, e.get()), "1");
+  EXPECT_EQ(Run(p, inc.get()), "0");
+  EXPECT_EQ(Run(p, inc.get()), "1");
   EXPECT_EQ(Eval(p, "n"), "2");
 }
 
-TEST_F(MathParserTest, EvaluatingANullExpressionYieldsNull) {
+TEST_F(MathParserTest, NullOrFailingExpressions) {
   MathParser p;
   EXPECT_EQ(p.Evaluate(static_cast<MathParserExpression*>(nullptr)), nullptr);
-}
-
-TEST_F(MathParserTest, CreateExpressionOfTextThatDoesNotParseIsNull) {
-  MathParser p;
   for (const char* text : {"", "   ", "1+", "(1", "#", "a ? b", "nosuchfunction(1)"}) {
     MathParserExpression* e = p.CreateExpression(text);
     EXPECT_EQ(e, nullptr) << text;
     delete e;
   }
+  std::unique_ptr<MathParserExpression> e(p.CreateExpression("1/a"));
+  ASSERT_NE(e, nullptr);
+  Set(p, {"a=0"});
+  EXPECT_EQ(Run(p, e.get()), "error: Divide by zero");
+  Set(p, {"a=4"});
+  EXPECT_EQ(Run(p, e.get()), "0.25");
 }
 
 }  // namespace
@@ -609,19 +455,19 @@ class MathParserTestPeer {
 
 namespace {
 
-TEST(PreprocessForHiCharTest, TakesHighCharactersOutOfStringLiterals) {
-  using P = MathParserTestPeer;
-  EXPECT_EQ(P::Preprocess("\"a\xE9" "b\""), "\"a\"+chr(-23)+\"b\"");
-  // Right before the closing quote the string is not reopened.
-  EXPECT_EQ(P::Preprocess("\"a\xE9\"+x"), "\"a\"+chr(-23)+x");
-  EXPECT_EQ(P::Preprocess("\"\xFF\xE8\""), "\"\"+chr(-1)+\"\"+chr(-24)");
-}
-
-TEST(PreprocessForHiCharTest, LeavesEverythingElseAlone) {
-  using P = MathParserTestPeer;
-  EXPECT_EQ(P::Preprocess(""), "");
-  EXPECT_EQ(P::Preprocess("a\xE9 + \"plain\""), "a\xE9 + \"plain\"");
-  EXPECT_EQ(P::Preprocess("\"x\" + \xE9 + \"y\""), "\"x\" + \xE9 + \"y\"");
+TEST(PreprocessForHiCharTest, TakesHighCharactersOutOfStringLiteralsOnly) {
+  const struct {
+    const char *in, *out;
+  } rows[] = {
+      {"\"a\xE9" "b\"", "\"a\"+chr(-23)+\"b\""},
+      // Right before the closing quote the string is not reopened.
+      {"\"a\xE9\"+x", "\"a\"+chr(-23)+x"},
+      {"\"\xFF\xE8\"", "\"\"+chr(-1)+\"\"+chr(-24)"},
+      {"", ""},
+      {"a\xE9 + \"plain\"", "a\xE9 + \"plain\""},
+      {"\"x\" + \xE9 + \"y\"", "\"x\" + \xE9 + \"y\""},
+  };
+  for (const auto& r : rows) EXPECT_EQ(MathParserTestPeer::Preprocess(r.in), r.out) << r.in;
 }
 
 }  // namespace

@@ -36,6 +36,12 @@ symtab* Constant99(sym_list*) {
   return s;
 }
 
+symtab* FirstArgument(sym_list* args) {
+  symtab* s = args->Take(0);
+  s->DropName();
+  return s;
+}
+
 class RegistryTest : public testing::Test {
  protected:
   void SetUp() override {
@@ -83,13 +89,12 @@ TEST_F(RegistryTest, BuiltinsAreRegisteredUnderTheirNamesWithTheirArgumentWords)
     EXPECT_EQ(f->is_user | f->is_external | f->is_library | f->has_context, 0);
   }
   ASSERT_NE(MathParser::FunLook("ln"), nullptr);
-  ASSERT_NE(MathParser::FunLook("log"), nullptr);
   EXPECT_EQ(MathParser::FunLook("ln")->handler, MathParser::FunLook("log")->handler);
+  EXPECT_EQ(MathParser::FunLook("qvreg_never_registered"), nullptr);
 }
 
-TEST_F(RegistryTest, AddFuncUnderABuiltinNameInAnyCaseKeepsTheBuiltin) {
+TEST_F(RegistryTest, AddFuncKeepsTheFirstRegistrationOfANameInAnyCase) {
   funtab* before = MathParser::FunLook("sin");
-  ASSERT_NE(before, nullptr);
   BuiltinHandler builtin = before->handler;
   EXPECT_EQ(MathParser::AddFunc("SIN", Constant99, 3), 1);
   funtab* after = MathParser::FunLook("sIn");
@@ -98,12 +103,10 @@ TEST_F(RegistryTest, AddFuncUnderABuiltinNameInAnyCaseKeepsTheBuiltin) {
   EXPECT_STREQ(after->name, "sin");
   EXPECT_EQ(after->nargs, 1);
   EXPECT_EQ(Eval("SIN(0)"), "0");
-}
 
-TEST_F(RegistryTest, AddFuncRegistersANewNameForLookupInAnyCase) {
+  // A new name is found in any case.
   EXPECT_EQ(MathParser::AddFunc("QvReg_New", Doubled, 1), 0);
   funtab* f = MathParser::FunLook("qvreg_new");
-  ASSERT_NE(f, nullptr);
   EXPECT_EQ(MathParser::FunLook("QVREG_NEW"), f);
   EXPECT_STREQ(f->name, "QvReg_New");
   EXPECT_EQ(f->handler, Doubled);
@@ -112,17 +115,9 @@ TEST_F(RegistryTest, AddFuncRegistersANewNameForLookupInAnyCase) {
   // A second registration in another case is refused.
   EXPECT_EQ(MathParser::AddFunc("qvreg_NEW", Constant99, 1), 1);
   EXPECT_EQ(Eval("qvreg_new(1)"), "2");
-}
-
-TEST_F(RegistryTest, AddFuncStoresTheArgumentWordIn16Bits) {
+  // The argument word is stored in 16 bits.
   ASSERT_EQ(MathParser::AddFunc("qvreg_wide", Constant99, 65536 + 5), 0);
   EXPECT_EQ(MathParser::FunLook("qvreg_wide")->nargs, 5);
-}
-
-symtab* FirstArgument(sym_list* args) {
-  symtab* s = args->Take(0);
-  s->DropName();
-  return s;
 }
 
 // "dot" followed by "(" is a call when the registry knows the name; between
@@ -137,120 +132,81 @@ TEST_F(RegistryTest, RegisteredFunctionNamedDotIsCalled) {
   EXPECT_EQ(Eval("{1,2} dot({3,4})"), "error: Syntax error");
 }
 
-TEST_F(RegistryTest, FunLookOfAnUnknownNameIsNull) {
-  EXPECT_EQ(MathParser::FunLook("qvreg_never_registered"), nullptr);
-}
-
-TEST_F(RegistryTest, RemoveFuncRemovesAPlainEntryButNotAUserFunction) {
+TEST_F(RegistryTest, RemovalRespectsTheKindOfEntry) {
   ASSERT_EQ(MathParser::AddFunc("qvreg_new", Doubled, 1), 0);
   MathParser::RemoveFunc("QVREG_NEW");
   EXPECT_EQ(MathParser::FunLook("qvreg_new"), nullptr);
   EXPECT_EQ(Eval("qvreg_new(1)"), "error: Syntax error");
 
-  char* args[] = {ArgName("x")};
-  MathParser::AddUserFn("qvreg_user", "function qvreg_user(x) { x }", args, 1);
-  MathParser::RemoveFunc("qvreg_user");
-  funtab* f = MathParser::FunLook("qvreg_user");
-  ASSERT_NE(f, nullptr);
-  EXPECT_EQ(f->is_user, 1);
-}
-
-TEST_F(RegistryTest, RemoveUserFnRemovesAUserFunctionButNotABuiltin) {
-  char* args[] = {ArgName("a"), ArgName("b")};
-  MathParser::AddUserFn("qvreg_user", "function qvreg_user(a, b) { a+b }", args, 2);
+  // A user function keeps copies of its body and argument names.
+  std::string body = "function qvreg_user(a, b) { a+b }", arg = "b";
+  char* args[] = {ArgName("a"), arg.data()};
+  MathParser::AddUserFn("qvreg_user", body.c_str(), args, 2);
+  body[0] = 'F';
+  arg[0] = 'y';
+  MathParser::RemoveFunc("qvreg_user");  // not removed by this
   funtab* f = MathParser::FunLook("QVREG_USER");
   ASSERT_NE(f, nullptr);
   EXPECT_EQ(f->is_user, 1);
   EXPECT_EQ(f->nargs, 2);
+  EXPECT_STREQ(f->body, "function qvreg_user(a, b) { a+b }");
   ASSERT_NE(f->arg_names, nullptr);
   EXPECT_STREQ(f->arg_names[1], "b");
   MathParser::RemoveUserFn("qvreg_user");
   EXPECT_EQ(MathParser::FunLook("qvreg_user"), nullptr);
 
-  MathParser::RemoveUserFn("sqrt");
-  ASSERT_NE(MathParser::FunLook("sqrt"), nullptr);
-  EXPECT_EQ(Eval("sqrt(16)"), "4");
-}
-
-TEST_F(RegistryTest, AddUserFnCopiesWhatItIsGiven) {
-  std::string body = "function qvreg_user(x) { x }";
-  std::string arg = "x";
-  char* args[] = {arg.data()};
-  MathParser::AddUserFn("qvreg_user", body.c_str(), args, 1);
-  body[0] = 'F';
-  arg[0] = 'y';
-  funtab* f = MathParser::FunLook("qvreg_user");
-  ASSERT_NE(f, nullptr);
-  EXPECT_STREQ(f->body, "function qvreg_user(x) { x }");
-  EXPECT_STREQ(f->arg_names[0], "x");
-}
-
-TEST_F(RegistryTest, AddUserFnUnderABuiltinNameReplacesTheBuiltin) {
+  MathParser::RemoveUserFn("sqrt");  // a built-in stays
   funtab* builtin = MathParser::FunLook("sqrt");
   ASSERT_NE(builtin, nullptr);
-  BuiltinHandler handler = builtin->handler;
-  short nargs = builtin->nargs;
-  char* args[] = {ArgName("x")};
+  EXPECT_EQ(Eval("sqrt(16)"), "4");
+
+  // A user function under a built-in name replaces it.
+  const BuiltinHandler handler = builtin->handler;
+  const short nargs = builtin->nargs;
   MathParser::AddUserFn("SQRT", "function SQRT(x) { x }", args, 1);
-  funtab* f = MathParser::FunLook("sqrt");
-  ASSERT_NE(f, nullptr);
+  f = MathParser::FunLook("sqrt");
   EXPECT_EQ(f->is_user, 1);
   EXPECT_STREQ(f->name, "SQRT");
-  // Put the built-in back.
-  MathParser::RemoveUserFn("sqrt");
+  MathParser::RemoveUserFn("sqrt");  // put the built-in back
   ASSERT_EQ(MathParser::FunLook("sqrt"), nullptr);
   ASSERT_EQ(MathParser::AddFunc("sqrt", handler, nargs), 0);
   EXPECT_EQ(Eval("sqrt(9)"), "3");
 }
 
-TEST_F(RegistryTest, ExternalAndLibraryRegistrationsReplaceAndCarryTheirKind) {
+void* g_context_seen = nullptr;
+symtab* ContextHandler(void* context, sym_list* args) {
+  g_context_seen = context;
+  auto* s = new symtab;
+  s->SetScalar(args->count);
+  return s;
+}
+
+TEST_F(RegistryTest, ExternalLibraryAndContextRegistrationsReplaceAndCarryTheirKind) {
   ASSERT_EQ(MathParser::AddFunc("qvreg_ext", Constant99, 1), 0);
   MathParser::AddExternalFunc("qvreg_ext", "/bin/true", 3);
   funtab* e = MathParser::FunLook("qvreg_ext");
-  ASSERT_NE(e, nullptr);
   EXPECT_EQ(e->is_external, 1);
   EXPECT_STREQ(e->program, "/bin/true");
   EXPECT_EQ(e->nargs, 3);
 
   MathParser::AddExtDLLFunc("qvreg_lib", "libx.so", "entry", 2, 7);
   funtab* l = MathParser::FunLook("qvreg_lib");
-  ASSERT_NE(l, nullptr);
   EXPECT_EQ(l->is_library, 1);
   EXPECT_STREQ(l->library, "libx.so");
   EXPECT_STREQ(l->program, "entry");
   EXPECT_EQ(l->nargs, 2);
   EXPECT_EQ(l->library_word, 7);
-}
 
-struct ContextSeen {
-  void* context = nullptr;
-  int count = -1;
-};
-ContextSeen g_context_seen;
-
-symtab* ContextHandler(void* context, sym_list* args) {
-  g_context_seen.context = context;
-  g_context_seen.count = args->count;
-  auto* s = new symtab;
-  s->SetScalar(args->count);
-  return s;
-}
-
-TEST_F(RegistryTest, ContextFunctionIsCalledWithItsContext) {
-  int marker = 0;
+  int marker = 0;  // a context function is called with its context
   ASSERT_EQ(MathParser::AddContextFunc("qvreg_ctx", ContextHandler, &marker, 2), 0);
   EXPECT_EQ(Eval("qvreg_ctx(1, 2, 3)"), "3");
-  EXPECT_EQ(g_context_seen.context, &marker);
-  EXPECT_EQ(g_context_seen.count, 3);
+  EXPECT_EQ(g_context_seen, &marker);
 }
 
 bool SortedBytewise(funtab** list, std::size_t n) {
   for (std::size_t i = 1; i < n; ++i) {
     if (list[i]->name == nullptr) continue;
-    if (list[i - 1]->name == nullptr) return false;
-    const auto* a = reinterpret_cast<const unsigned char*>(list[i - 1]->name);
-    const auto* b = reinterpret_cast<const unsigned char*>(list[i]->name);
-    if (std::strcmp(reinterpret_cast<const char*>(a), reinterpret_cast<const char*>(b)) > 0)
+    if (list[i - 1]->name == nullptr || std::strcmp(list[i - 1]->name, list[i]->name) > 0)
       return false;
   }
   return true;
@@ -274,20 +230,23 @@ TEST_F(RegistryTest, SortedListHasEveryEntryOnceInByteOrderWithCapitalsFirst) {
   EXPECT_LT(position("Zqvreg"), position("abs"));
   EXPECT_LT(position("abs"), position("aqvreg"));
   EXPECT_LT(position("aqvreg"), position("sin"));
-}
-
-TEST_F(RegistryTest, SortedListPutsAnUnnamedEntryLast) {
+  // An entry without name comes last.
   auto* unnamed = new funtab;
   MathParser::func_list["\x01qvreg_unnamed"] = unnamed;
-  const std::size_t n = MathParser::func_list.size();
-  std::unique_ptr<funtab*[]> list(MathParser::GetSortedFunctionList());
-  EXPECT_EQ(list[n - 1], unnamed);
+  std::unique_ptr<funtab*[]> with_unnamed(MathParser::GetSortedFunctionList());
+  EXPECT_EQ(with_unnamed[n], unnamed);
   MathParser::func_list.erase("\x01qvreg_unnamed");
   delete unnamed;
 }
 
 TEST_F(RegistryTest, ClearFunctionListLeavesNoFunctionsUntilTheNextParser) {
   ASSERT_EQ(MathParser::AddFunc("qvreg_new", Doubled, 1), 0);
+  {
+    const std::size_t n = MathParser::func_list.size();
+    MathParser another;  // with a filled registry a new parser adds nothing
+    EXPECT_EQ(MathParser::func_list.size(), n);
+    EXPECT_EQ(MathParser::FunLook("qvreg_new")->handler, Doubled);
+  }
   MathParser::ClearFunctionList();
   EXPECT_TRUE(MathParser::func_list.empty());
   EXPECT_EQ(MathParser::FunLook("sin"), nullptr);
@@ -298,14 +257,6 @@ TEST_F(RegistryTest, ClearFunctionListLeavesNoFunctionsUntilTheNextParser) {
   EXPECT_EQ(MathParser::FunLook("qvreg_new"), nullptr);
   EXPECT_EQ(Eval("sin(0)"), "0");
   EXPECT_EQ(Eval("atan2(0, 1)"), "0");
-}
-
-TEST_F(RegistryTest, ParserConstructedWithAFilledRegistryAddsNothing) {
-  ASSERT_EQ(MathParser::AddFunc("qvreg_new", Doubled, 1), 0);
-  const std::size_t n = MathParser::func_list.size();
-  MathParser another;
-  EXPECT_EQ(MathParser::func_list.size(), n);
-  EXPECT_EQ(MathParser::FunLook("qvreg_new")->handler, Doubled);
 }
 
 }  // namespace

@@ -33,20 +33,13 @@ class PrintTest : public testing::Test {
     return out;
   }
 
-  // The printed text of `expr` and the values of both.
-  void ExpectReadsBack(const std::string& expr) {
-    std::string printed = Eval("@printable(" + expr + ")");
-    ASSERT_EQ(printed.rfind("error", 0), std::string::npos) << expr << " -> " << printed;
-    EXPECT_EQ(Eval(printed), Eval(expr)) << expr << " printed as " << printed;
-    // Printing is stable: the printed text prints as itself.
-    EXPECT_EQ(Eval("@printable(" + printed + ")"), printed) << expr;
-  }
-
   MathParser parser_;
   ErrorFunc saved_ = nullptr;
 };
 
-TEST_F(PrintTest, GroupingIsKeptWhereTheLevelsNeedIt) {
+// The printed text has the value of the expression and prints as itself. A
+// minus before a negative operand must not print as the decrement "--".
+TEST_F(PrintTest, PrintedTextReadsBack) {
   for (const char* e : {"(a+b)*c", "a-(b-c)", "a-b-c", "a/(b*c)", "a/b*c", "2^3^2", "(2^3)^2",
                         "-(a^2)", "(-a)^2", "-a^2", "a%(b*c)", "(a||d)&&d", "a||d&&d",
                         "(a<b)==(c>a)", "a<(b==c)", "!(a&&d)", "!a&&d", "(a ? b : c) ? d : c",
@@ -55,14 +48,13 @@ TEST_F(PrintTest, GroupingIsKeptWhereTheLevelsNeedIt) {
                         "(-u)'", "m'*m", "(m*m)[1][0]", "2^-1", "a^-b", "-a*-b",
                         "a<-b", "a!=-b", "{a, b+1, c*2}", "{u, v}", "\"x\"+s",
                         "sin(a)^2+cos(a)^2", "atan2(b, a+1)", "iffunc(d, a, b)",
-                        "1.5e-3+.5+5.", "2E+4"})
-    ExpectReadsBack(e);
-}
-
-// A minus before a negative operand must not print as the decrement "--".
-TEST_F(PrintTest, NegationOfANegationReadsBack) {
-  for (const char* e : {"-(-a)", "- -a", "a- -b", "a-(-b)", "2 - -1", "-(-(-a))"})
-    ExpectReadsBack(e);
+                        "1.5e-3+.5+5.", "2E+4", "-(-a)", "- -a", "a- -b", "a-(-b)", "2 - -1",
+                        "-(-(-a))"}) {
+    std::string printed = Eval("@printable(" + std::string(e) + ")");
+    ASSERT_EQ(printed.rfind("error", 0), std::string::npos) << e << " -> " << printed;
+    EXPECT_EQ(Eval(printed), Eval(e)) << e << " printed as " << printed;
+    EXPECT_EQ(Eval("@printable(" + printed + ")"), printed) << e;
+  }
 }
 
 }  // namespace

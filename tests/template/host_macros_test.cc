@@ -11,12 +11,12 @@ namespace {
 class HostMacroTest : public testing::Test {
  protected:
   int Define(std::string definition) { return filler_.DefineMacro(definition.data()); }
+  void Remove(std::string name) { filler_.RemoveMacro(name.data()); }
 
   // The expansion, or "<null>" when there is none.
   std::string Expand(std::string call) {
     char* out = filler_.EvaluateMacro(call.data());
-    if (out == nullptr) return "<null>";
-    std::string r = out;
+    std::string r = out ? out : "<null>";
     delete[] out;
     return r;
   }
@@ -34,78 +34,57 @@ class HostMacroTest : public testing::Test {
   Filler filler_;
 };
 
-TEST_F(HostMacroTest, ExpansionReplacesParametersInsideBraceGroups) {
-  ASSERT_EQ(Define("m,a,b)a <{a}|{b}> b"), 1);
-  EXPECT_EQ(Expand("m,1,2)"), "a <{1}|{2}> b");
+TEST(HostMacroExpansionTest, DefinitionsAndCalls) {
+  // Each case defines in a fresh engine (unless `definition` is null) and
+  // expands `call` unfilled.
+  const struct {
+    const char* definition;
+    int defined;
+    const char* call;
+    const char* expansion;
+  } cases[] = {
+      // Parameters are replaced inside brace groups; the result is not filled.
+      {"m,a,b)a <{a}|{b}> b", 1, "m,1,2)", "a <{1}|{2}> b"},
+      {"m,a)<{a + 1}>", 1, "m,x)", "<{x + 1}>"},
+      // Not inside a string literal.
+      {"m,a){\"a\" + a}", 1, "m,5)", "{\"a\" + 5}"},
+      // Missing arguments become a quoted null.
+      {"m,a,b){a}{b}", 1, "m,1)", "{1}{\"(null)\"}"},
+      {"m,)body {1}", 1, "m,)", "body {1}"},
+      {nullptr, 0, "nothing_here,1)", "<null>"},
+      // A call without comma, with too many arguments or left open.
+      {"m,a){a}", 1, "m", "<null>"},
+      {"m,a){a}", 1, "m,1,2)", "<null>"},
+      {"m,a){a}", 1, "m,1", "<null>"},
+      // A definition without comma stores nothing; an open parameter list
+      // leaves an empty macro.
+      {"m", 0, "m,)", "<null>"},
+      {"m,a body", 0, "m,)", ""},
+  };
+  for (const auto& c : cases) {
+    Filler filler;
+    if (c.definition) {
+      std::string d = c.definition;
+      EXPECT_EQ(filler.DefineMacro(d.data()), c.defined) << d;
+    }
+    std::string call = c.call;
+    char* out = filler.EvaluateMacro(call.data());
+    EXPECT_EQ(std::string(out ? out : "<null>"), c.expansion) << call;
+    delete[] out;
+  }
 }
 
-TEST_F(HostMacroTest, ExpansionIsNotFilled) {
-  ASSERT_EQ(Define("m,a)<{a + 1}>"), 1);
-  EXPECT_EQ(Expand("m,x)"), "<{x + 1}>");
-}
-
-TEST_F(HostMacroTest, ParameterInAStringLiteralIsNotReplaced) {
-  ASSERT_EQ(Define("m,a){\"a\" + a}"), 1);
-  EXPECT_EQ(Expand("m,5)"), "{\"a\" + 5}");
-}
-
-TEST_F(HostMacroTest, MissingArgumentsBecomeQuotedNull) {
-  ASSERT_EQ(Define("m,a,b){a}{b}"), 1);
-  EXPECT_EQ(Expand("m,1)"), "{1}{\"(null)\"}");
-}
-
-TEST_F(HostMacroTest, MacroWithoutParameters) {
-  ASSERT_EQ(Define("m,)body {1}"), 1);
-  EXPECT_EQ(Expand("m,)"), "body {1}");
-}
-
-TEST_F(HostMacroTest, UnknownMacroExpandsToNull) { EXPECT_EQ(Expand("nothing_here,1)"), "<null>"); }
-
-TEST_F(HostMacroTest, CallWithoutCommaIsNull) {
-  ASSERT_EQ(Define("m,a){a}"), 1);
-  EXPECT_EQ(Expand("m"), "<null>");
-}
-
-TEST_F(HostMacroTest, TooManyArgumentsIsNull) {
-  ASSERT_EQ(Define("m,a){a}"), 1);
-  EXPECT_EQ(Expand("m,1,2)"), "<null>");
-}
-
-TEST_F(HostMacroTest, UnclosedArgumentListIsNull) {
-  ASSERT_EQ(Define("m,a){a}"), 1);
-  EXPECT_EQ(Expand("m,1"), "<null>");
-}
-
-TEST_F(HostMacroTest, DefinitionWithoutCommaStoresNothing) {
-  EXPECT_EQ(Define("m"), 0);
-  EXPECT_EQ(Expand("m,)"), "<null>");
-}
-
-TEST_F(HostMacroTest, UnclosedParameterListLeavesAnEmptyMacro) {
-  EXPECT_EQ(Define("m,a body"), 0);
-  EXPECT_EQ(Expand("m,)"), "");
-}
-
-TEST_F(HostMacroTest, RedefinitionReplaces) {
+TEST_F(HostMacroTest, RedefineAndRemove) {
   ASSERT_EQ(Define("m,)one"), 1);
   ASSERT_EQ(Define("m,)two"), 1);
   EXPECT_EQ(Expand("m,)"), "two");
-}
-
-TEST_F(HostMacroTest, RemoveMacroDeletesIt) {
-  ASSERT_EQ(Define("m,)x"), 1);
-  std::string name = "m";
-  filler_.RemoveMacro(name.data());
+  Remove("m");
   EXPECT_EQ(Expand("m,)"), "<null>");
-}
-
-TEST_F(HostMacroTest, RemovingAnUnknownMacroIsHarmless) {
-  std::string name = "never_defined";
-  filler_.RemoveMacro(name.data());
+  Remove("never_defined");  // harmless
   EXPECT_EQ(Expand("never_defined,)"), "<null>");
 }
 
-TEST_F(HostMacroTest, ResetMacrosDeletesHostAndTemplateMacros) {
+TEST_F(HostMacroTest, ResetMacrosAndSeparationFromTemplateMacros) {
   ASSERT_EQ(Define("hm,)x"), 1);
   FillOutput("{define tm()}T{enddefine}");
   filler_.ResetMacros();
@@ -113,51 +92,24 @@ TEST_F(HostMacroTest, ResetMacrosDeletesHostAndTemplateMacros) {
   std::string errors;
   EXPECT_EQ(FillOutput("{tm()}", &errors), "");
   EXPECT_EQ(errors, "Syntax error in expression:\r\ntm()\r\n");
-}
-
-TEST_F(HostMacroTest, HostMacroIsNotCallableFromATemplate) {
+  // Host and template macros are separate.
   ASSERT_EQ(Define("hm,a)X{a}"), 1);
-  std::string errors;
   EXPECT_EQ(FillOutput("{hm(1)}", &errors), "");
   EXPECT_EQ(errors, "Syntax error in expression:\r\nhm(1)\r\n");
-}
 
-TEST_F(HostMacroTest, TemplateMacroIsNotExpandedByTheHost) {
   FillOutput("{define tm(a)}T{a}{enddefine}");
   EXPECT_EQ(Expand("tm,1)"), "<null>");
+  Remove("tm");  // does not touch the template macro
   EXPECT_EQ(FillOutput("{tm(1)}"), "T1");
-}
 
-TEST_F(HostMacroTest, SameNameForHostAndTemplateMacro) {
   ASSERT_EQ(Define("same,)host"), 1);
   FillOutput("{define same()}template{enddefine}");
   EXPECT_EQ(Expand("same,)"), "host");
   EXPECT_EQ(FillOutput("{same()}"), "template");
-}
-
-TEST_F(HostMacroTest, RemoveMacroDoesNotTouchTheTemplateMacro) {
-  FillOutput("{define tm()}T{enddefine}");
-  std::string name = "tm";
-  filler_.RemoveMacro(name.data());
-  EXPECT_EQ(FillOutput("{tm()}"), "T");
-}
-
-}  // namespace
-
-namespace {
-
-// A bad parameter list in a template definition is reported without the
-// error header and without "{error}" in the output.
-TEST(TemplateMacroDefinitionTest, BadParameterListIsWrittenPlainly) {
-  Filler filler;
-  char* errors = nullptr;
-  char* out = filler.Fill("{define m(a b)}x{enddefine}", &errors);
-  EXPECT_STREQ(out, "");
-  ASSERT_NE(errors, nullptr);
-  EXPECT_EQ(std::string(errors),
-            "illegal parameter speci" "fication in macro definition\r\n");
-  delete[] out;
-  delete[] errors;
+  // A bad parameter list in a template definition is reported without the
+  // error header and without "{error}" in the output.
+  EXPECT_EQ(FillOutput("{define m(a b)}x{enddefine}", &errors), "");
+  EXPECT_EQ(errors, "illegal parameter speci" "fication in macro definition\r\n");
 }
 
 }  // namespace

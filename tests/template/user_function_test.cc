@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cctype>
 #include <string>
+#include <vector>
 
 #include "quorvix/math_parser.h"
 #include "quorvix/symtab.h"
@@ -35,19 +36,14 @@ std::string Call(const char* text) {
   return r;
 }
 
-TEST(UserFunctionDefaultsTest, ConsecutiveConstructionsTakeConsecutiveNumbers) {
+TEST(UserFunctionDefaultsTest, ConsecutiveNumbersDefaultTextAndFields) {
   const int before = UserFunction::cntr;
-  UserFunction a;
+  UserFunction f;
   UserFunction b;
-  EXPECT_EQ(DefaultNumber(a.Name()), before);
+  EXPECT_EQ(DefaultNumber(f.Name()), before);
   EXPECT_EQ(DefaultNumber(b.Name()), before + 1);
   EXPECT_EQ(UserFunction::cntr, before + 2);
-}
-
-TEST(UserFunctionDefaultsTest, DefaultTextAndFields) {
-  UserFunction f;
-  const std::string name = f.Name();
-  EXPECT_EQ(std::string(f.FunctionText()), "function " + name + "()\n{\n}");
+  EXPECT_EQ(std::string(f.FunctionText()), "function " + std::string(f.Name()) + "()\n{\n}");
   EXPECT_EQ(f.NumArgs(), 0);
   EXPECT_EQ(f.ArgName(0), nullptr);
   EXPECT_TRUE(f.Editable());
@@ -55,141 +51,89 @@ TEST(UserFunctionDefaultsTest, DefaultTextAndFields) {
   EXPECT_EQ(f.RegisteredName(), nullptr);
 }
 
-TEST(UserFunctionParseTest, BlanksAroundNameAndArguments) {
-  UserFunction f;
-  f.FunctionText("function  f ( a , b ) { return a }");
-  EXPECT_EQ(f.IsValid(), 1);
-  EXPECT_STREQ(f.Name(), "f");
-  ASSERT_EQ(f.NumArgs(), 2);
-  EXPECT_STREQ(f.ArgName(0), "a");
-  EXPECT_STREQ(f.ArgName(1), "b");
-  EXPECT_EQ(f.ArgName(2), nullptr);
-  EXPECT_EQ(f.ArgName(-1), nullptr);
-}
-
-TEST(UserFunctionParseTest, EmptyParenthesesGiveNoArguments) {
-  UserFunction f;
-  f.FunctionText("function g(a){return a}");
-  ASSERT_EQ(f.NumArgs(), 1);
-  f.FunctionText("function g(){return 1}");
-  EXPECT_EQ(f.IsValid(), 1);
-  EXPECT_EQ(f.NumArgs(), 0);
-  EXPECT_EQ(f.ArgName(0), nullptr);
-}
-
-TEST(UserFunctionParseTest, TrailingCommaGivesAnEmptySecondArgument) {
-  UserFunction f;
-  f.FunctionText("function h(a,){return a}");
-  EXPECT_EQ(f.IsValid(), 1);
-  ASSERT_EQ(f.NumArgs(), 2);
-  EXPECT_STREQ(f.ArgName(0), "a");
-  EXPECT_STREQ(f.ArgName(1), "");
-}
-
-TEST(UserFunctionParseTest, TextWithoutBraceIsInvalidAndKeepsTheName) {
-  UserFunction f;
-  f.FunctionText("function keep(x){return x}");
-  f.FunctionText("function other(y) return y");
-  EXPECT_EQ(f.IsValid(), 0);
-  EXPECT_STREQ(f.Name(), "keep");
-  ASSERT_EQ(f.NumArgs(), 1);
-  EXPECT_STREQ(f.ArgName(0), "x");
-  EXPECT_STREQ(f.FunctionText(), "function other(y) return y");
-}
-
-TEST(UserFunctionParseTest, TextNotBeginningWithFunctionIsInvalid) {
-  UserFunction f;
-  f.FunctionText("function keep(x){return x}");
-  f.FunctionText("func other(y){return y}");
-  EXPECT_EQ(f.IsValid(), 0);
-  EXPECT_STREQ(f.Name(), "keep");
-}
-
-TEST(UserFunctionParseTest, MissingOpeningParenthesisIsInvalid) {
-  UserFunction f;
-  f.FunctionText("function keep(x){return x}");
-  f.FunctionText("function other {return 1}");
-  EXPECT_EQ(f.IsValid(), 0);
-  EXPECT_STREQ(f.Name(), "keep");
-}
-
-TEST(UserFunctionParseTest, MissingClosingParenthesisTakesTheNameOnly) {
-  // The failure comes after the name: the name changes, the arguments stay.
-  UserFunction f;
-  f.FunctionText("function keep(x){return x}");
-  f.FunctionText("function renamed(a, b{return a}");
-  EXPECT_EQ(f.IsValid(), 0);
-  EXPECT_STREQ(f.Name(), "renamed");
-  ASSERT_EQ(f.NumArgs(), 1);
-  EXPECT_STREQ(f.ArgName(0), "x");
-}
-
-TEST(UserFunctionParseTest, ValidTextAfterInvalidIsValidAgain) {
+TEST(UserFunctionParseTest, DeclarationsValidAndInvalid) {
+  // `before` (when not null) is set first; an invalid text keeps the name
+  // and arguments parsed before it fails, and is stored as it stands.
+  const struct {
+    const char* before;
+    const char* text;
+    int valid;
+    const char* name;
+    std::vector<std::string> args;
+  } cases[] = {
+      {nullptr, "function  f ( a , b ) { return a }", 1, "f", {"a", "b"}},
+      {"function g(a){return a}", "function g(){return 1}", 1, "g", {}},
+      // A trailing comma gives an empty second argument.
+      {nullptr, "function h(a,){return a}", 1, "h", {"a", ""}},
+      {"function keep(x){return x}", "function other(y) return y", 0, "keep", {"x"}},
+      {"function keep(x){return x}", "func other(y){return y}", 0, "keep", {"x"}},
+      {"function keep(x){return x}", "function other {return 1}", 0, "keep", {"x"}},
+      // The failure comes after the name: the name changes, the arguments stay.
+      {"function keep(x){return x}", "function renamed(a, b{return a}", 0, "renamed", {"x"}},
+      {"nothing", "function ok(){return 1}", 1, "ok", {}},
+  };
+  for (const auto& c : cases) {
+    UserFunction f;
+    if (c.before) f.FunctionText(c.before);
+    f.FunctionText(c.text);
+    EXPECT_EQ(f.IsValid(), c.valid) << c.text;
+    EXPECT_STREQ(f.Name(), c.name) << c.text;
+    EXPECT_STREQ(f.FunctionText(), c.text);
+    ASSERT_EQ(f.NumArgs(), static_cast<int>(c.args.size())) << c.text;
+    for (std::size_t i = 0; i < c.args.size(); ++i)
+      EXPECT_STREQ(f.ArgName(static_cast<int>(i)), c.args[i].c_str()) << c.text;
+    EXPECT_EQ(f.ArgName(static_cast<int>(c.args.size())), nullptr) << c.text;
+    EXPECT_EQ(f.ArgName(-1), nullptr) << c.text;
+  }
   UserFunction f;
   f.FunctionText("nothing");
   EXPECT_EQ(f.IsValid(), 0);
-  f.FunctionText("function ok(){return 1}");
-  EXPECT_EQ(f.IsValid(), 1);
-}
-
-TEST(UserFunctionParseTest, NameSetterLeavesTheText) {
-  UserFunction f;
+  // The name setter leaves the text.
   f.FunctionText("function a1(){return 1}");
   f.Name("b1");
   EXPECT_STREQ(f.Name(), "b1");
   EXPECT_STREQ(f.FunctionText(), "function a1(){return 1}");
 }
 
-TEST(UserFunctionCopyTest, CopyIsDeepEditableAndUnregistered) {
+TEST(UserFunctionCopyTest, CopyAndAssignmentAreDeepEditableAndUnregistered) {
   UserFunction f;
   f.FunctionText("function uf_copy_src(a, b){return a}");
   f.Editable(false);
   UserFunction::Register(&f, 0);
   ASSERT_NE(f.RegisteredName(), nullptr);
   UserFunction copy(f);
+  UserFunction assigned;
+  assigned = f;
   f.FunctionText("function uf_copy_changed(z){return z}");
-  EXPECT_STREQ(copy.Name(), "uf_copy_src");
-  ASSERT_EQ(copy.NumArgs(), 2);
-  EXPECT_STREQ(copy.ArgName(1), "b");
+  for (UserFunction* g : {&copy, &assigned}) {
+    EXPECT_STREQ(g->Name(), "uf_copy_src");
+    EXPECT_STREQ(g->FunctionText(), "function uf_copy_src(a, b){return a}");
+    ASSERT_EQ(g->NumArgs(), 2);
+    EXPECT_STREQ(g->ArgName(1), "b");
+  }
   EXPECT_TRUE(copy.Editable());
   EXPECT_EQ(copy.RegisteredName(), nullptr);
   MathParser::RemoveUserFn("uf_copy_src");
 }
 
-TEST(UserFunctionCopyTest, AssignmentCopiesNameTextAndArguments) {
-  UserFunction f;
-  f.FunctionText("function uf_assigned(p){return p}");
-  UserFunction g;
-  g = f;
-  EXPECT_STREQ(g.Name(), "uf_assigned");
-  EXPECT_STREQ(g.FunctionText(), "function uf_assigned(p){return p}");
-  ASSERT_EQ(g.NumArgs(), 1);
-  EXPECT_STREQ(g.ArgName(0), "p");
-}
-
-TEST(UserFunctionRegisterTest, RegisteredFunctionIsCallable) {
+TEST(UserFunctionRegisterTest, RegisteredFunctionIsCallableWithItsArgumentCount) {
   UserFunction f;
   f.FunctionText("function uf_plus(a, b){return a + b}");
   EXPECT_EQ(UserFunction::Register(&f, 0), 1);
   EXPECT_STREQ(f.RegisteredName(), "uf_plus");
   EXPECT_EQ(Call("uf_plus(2, 3)"), "5");
+  EXPECT_EQ(Call("uf_plus(1)"), "error: Syntax error");
+  EXPECT_EQ(Call("uf_plus(1, 2, 3)"), "error: Syntax error");
   MathParser::RemoveUserFn("uf_plus");
 }
 
-TEST(UserFunctionRegisterTest, WrongArgumentCountIsASyntaxError) {
+TEST(UserFunctionRegisterTest, RegisteringAgainReplacesBodyOrName) {
   UserFunction f;
-  f.FunctionText("function uf_two(a, b){return a + b}");
+  f.FunctionText("function uf_old_name(a){return a}");
   UserFunction::Register(&f, 0);
-  EXPECT_EQ(Call("uf_two(1)"), "error: Syntax error");
-  EXPECT_EQ(Call("uf_two(1, 2, 3)"), "error: Syntax error");
-  MathParser::RemoveUserFn("uf_two");
-}
-
-TEST(UserFunctionRegisterTest, RenamingAndRegisteringAgainRemovesTheOldName) {
-  UserFunction f;
   f.FunctionText("function uf_old_name(a){return a + 1}");
   UserFunction::Register(&f, 0);
-  ASSERT_EQ(Call("uf_old_name(1)"), "2");
+  EXPECT_EQ(Call("uf_old_name(1)"), "2");
   f.FunctionText("function uf_new_name(a){return a + 2}");
   UserFunction::Register(&f, 0);
   EXPECT_STREQ(f.RegisteredName(), "uf_new_name");
@@ -198,40 +142,23 @@ TEST(UserFunctionRegisterTest, RenamingAndRegisteringAgainRemovesTheOldName) {
   MathParser::RemoveUserFn("uf_new_name");
 }
 
-TEST(UserFunctionRegisterTest, RegisteringTheSameNameAgainReplacesTheBody) {
-  UserFunction f;
-  f.FunctionText("function uf_again(a){return a}");
-  UserFunction::Register(&f, 0);
-  f.FunctionText("function uf_again(a){return a * 10}");
-  UserFunction::Register(&f, 0);
-  EXPECT_EQ(Call("uf_again(2)"), "20");
-  MathParser::RemoveUserFn("uf_again");
-}
-
-TEST(UserFunctionRegisterTest, KeepListsTheObjectOnce) {
+TEST(UserFunctionRegisterTest, KeepListsEachObjectOnceAndUpdatesTheListedOne) {
   UserFunction f;
   f.FunctionText("function uf_kept(a){return a}");
   UserFunction::Register(&f, 1);
   f.FunctionText("function uf_kept_renamed(a){return a}");
   UserFunction::Register(&f, 1);
   EXPECT_EQ(std::count(UserFunction::fn_list.begin(), UserFunction::fn_list.end(), &f), 1);
-  // The list does not own the object: take it out before it dies.
-  std::erase(UserFunction::fn_list, &f);
-  MathParser::RemoveUserFn("uf_kept_renamed");
-}
-
-TEST(UserFunctionRegisterTest, KeepWithAnExistingEntryUpdatesTheListedObject) {
-  UserFunction listed;
-  listed.FunctionText("function uf_listed(a){return a}");
-  UserFunction::Register(&listed, 1);
+  // A newer object with a listed name updates the listed object.
   UserFunction newer;
-  newer.FunctionText("function uf_listed(a){return a + 100}");
+  newer.FunctionText("function uf_kept_renamed(a){return a + 100}");
   UserFunction::Register(&newer, 1);
-  EXPECT_STREQ(listed.FunctionText(), "function uf_listed(a){return a + 100}");
-  EXPECT_EQ(Call("uf_listed(1)"), "101");
-  std::erase(UserFunction::fn_list, &listed);
+  EXPECT_STREQ(f.FunctionText(), "function uf_kept_renamed(a){return a + 100}");
+  EXPECT_EQ(Call("uf_kept_renamed(1)"), "101");
+  // The list does not own the objects: take them out before they die.
+  std::erase(UserFunction::fn_list, &f);
   std::erase(UserFunction::fn_list, &newer);
-  MathParser::RemoveUserFn("uf_listed");
+  MathParser::RemoveUserFn("uf_kept_renamed");
 }
 
 }  // namespace

@@ -57,6 +57,17 @@ unsigned CutIndex(double d) {
 
 [[noreturn]] void Fail(const char* message, int pos) { throw Error(message, pos); }
 
+double (*PureKernel(const funtab* e))(double);
+
+// Looks the function up again when the registry has changed since the
+// node's memo was filled.
+void Refresh(const std::string& name, ParserCore_NS::FunctionCache& cache) {
+  if (cache.generation == MathParser::RegistryGeneration()) return;
+  cache.entry = MathParser::FunLook(name.c_str());
+  cache.generation = MathParser::RegistryGeneration();
+  cache.scalar = PureKernel(cache.entry);
+}
+
 // The plain double function behind a plain built-in that has one (sin, abs,
 // ...), so that a scalar call skips the argument list.
 double (*PureKernel(const funtab* e))(double) {
@@ -401,11 +412,7 @@ void QuorvixSymtabAdaptor::setEmpty(symtab& v) { releaseValue(v); }
 void QuorvixSymtabAdaptor::callFunction(const std::string& name,
                                         ParserCore_NS::FunctionCache& cache, symtab* args,
                                         int count, symtab& out, int pos) {
-  if (cache.generation != MathParser::RegistryGeneration()) {
-    cache.entry = MathParser::FunLook(name.c_str());
-    cache.generation = MathParser::RegistryGeneration();
-    cache.scalar = PureKernel(cache.entry);
-  }
+  Refresh(name, cache);
   if (cache.scalar != nullptr && count == 1 && args[0].type == SYM_SCALAR) {
     out.SetScalar(cache.scalar(args[0].value));
     return;
@@ -530,11 +537,7 @@ bool QuorvixSymtabAdaptor::readScalar(const std::string& name,
 
 bool QuorvixSymtabAdaptor::callScalar(const std::string& name,
                                       ParserCore_NS::FunctionCache& cache, double x, double& out) {
-  if (cache.generation != MathParser::RegistryGeneration()) {
-    cache.entry = MathParser::FunLook(name.c_str());
-    cache.generation = MathParser::RegistryGeneration();
-    cache.scalar = PureKernel(cache.entry);
-  }
+  Refresh(name, cache);
   if (cache.scalar == nullptr) return false;
   out = cache.scalar(x);
   return true;
