@@ -37,8 +37,9 @@ MathParser& Setup() {
     WriteFile("loop.txt", "{for (i = 0; i < 2; i = i + 1)}L{i}\n");
     MathParser::SetErrorFunction(IgnoreMessage);
     // Loops without end are stopped by the engine; keep them short here.
-    FillerBase::SetLoopPassLimit(10000);
-    return new MathParser;
+    auto* p = new MathParser;
+    p->policy().limits.work = 10000;
+    return p;
   }();
   return *parser;
 }

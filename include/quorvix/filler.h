@@ -60,12 +60,6 @@ class FillerBase {
   void RemoveMacro(char* name);
   void ResetMacros();
 
-  // Passes that the loops of one fill may run in all before the fill stops
-  // with an error (a loop whose condition never turns false would otherwise
-  // run forever). Process-wide; 100,000,000 by default.
-  static void SetLoopPassLimit(long long passes);
-  static long long LoopPassLimit();
-
   // The process-wide include path.
   static std::vector<std::string>& IncludePath();
 

@@ -14,6 +14,7 @@
 #include <set>
 #include <string>
 
+#include "quorvix/policy.h"
 #include "quorvix/symtab.h"
 
 class MessageServiceBase;
@@ -117,6 +118,16 @@ class MathParser {
   static void SetAppInfo(VQApplicationInfo* info) { s_app_info = info; }
   static VQApplicationInfo* GetAppInfo() { return s_app_info; }
 
+  // Trust and resources --------------------------------------------------
+  // The policy this parser consults; copies of the parser (and the private
+  // parsers and fillers made from it) share it.
+  quorvix::Policy& policy() { return *policy_; }
+  const quorvix::Policy& policy() const { return *policy_; }
+  const std::shared_ptr<quorvix::Policy>& SharedPolicy() const { return policy_; }
+  void SetPolicy(std::shared_ptr<quorvix::Policy> p) {
+    if (p) policy_ = std::move(p);
+  }
+
   // Access used by the expression language ------------------------------
   // The record for `name` in this instance's table, created as kind 0 when
   // absent; with assignments off, a new record owned by the caller.
@@ -177,6 +188,7 @@ class MathParser {
   MdlFunc mdl_funcs_[kMaxHooks] = {};
   bool allow_escape_characters_ = true;
   std::uint64_t vars_generation_ = 0;
+  std::shared_ptr<quorvix::Policy> policy_ = std::make_shared<quorvix::Policy>();
 
   static std::string error_text_;
   static std::uint64_t registry_generation_;

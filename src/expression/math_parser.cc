@@ -90,6 +90,7 @@ void MathParser::CopyFrom(const MathParser& other) {
   allow_assign_ = other.allow_assign_;
   globals_in_functions_ = other.globals_in_functions_;
   allow_escape_characters_ = other.allow_escape_characters_;
+  policy_ = other.policy_;
   vars_generation_ = NextGeneration();
 }
 

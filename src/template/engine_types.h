@@ -46,11 +46,14 @@ struct Macro {
 };
 
 // Limits that end a fill with a message instead of exhausting memory or the
-// stack.
-inline constexpr int kMaxSourceDepth = 1000;
-inline constexpr int kMaxFillDepth = 64;
-inline constexpr const char* kSourceDepthMessage = "sources nested too deeply (limit 1000)";
-inline constexpr const char* kFillDepthMessage = "fills nested too deeply (limit 64)";
+// stack; the numbers come from the parser's policy.
+inline constexpr const char* kFillDepthPrefix = "fills nested too deeply";
+inline std::string SourceDepthMessage(int limit) {
+  return "sources nested too deeply (limit " + std::to_string(limit) + ")";
+}
+inline std::string FillDepthMessage(int limit) {
+  return std::string(kFillDepthPrefix) + " (limit " + std::to_string(limit) + ")";
+}
 inline constexpr const char* kConditionDepthMessage = "conditions nested too deeply (limit 1024)";
 
 }  // namespace quorvix

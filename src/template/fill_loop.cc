@@ -1,7 +1,6 @@
 // The fill loop: copies plain text with the blank and line-end rules, hands
 // brace groups to the statement dispatcher, and keeps the stack of sources
 // (included files, macro expansions, loop bodies).
-#include <sys/stat.h>
 
 #include <array>
 #include <cctype>
@@ -132,9 +131,10 @@ int FillerBase::fill_buffer() {
 }
 
 bool FillerBase::PushFrame(quorvix::SourceFrame*& out) {
-  if (source_depth_ >= quorvix::kMaxSourceDepth) {
+  const int limit = parser_->policy().limits.sources;
+  if (source_depth_ >= limit) {
     error();
-    error_stream_->puts(quorvix::kSourceDepthMessage);
+    error_stream_->puts(quorvix::SourceDepthMessage(limit).c_str());
     error_stream_->endl();
     return false;
   }
@@ -181,20 +181,16 @@ bool FillerBase::Push(const char* filename) {
     read_pos_ = buffer_start_ + 1;
     buffer_owned_ = 0;
   } else {
-    struct stat st {};
-    std::FILE* file = nullptr;
-    if (::stat(filename, &st) != 0 || S_ISDIR(st.st_mode) ||
-        (file = std::fopen(filename, "rb")) == nullptr) {
+    std::string text;
+    if (!parser_->policy().ReadFile(filename, text, nullptr)) {
       error_stream_->puts("file not found:  ");
       error_stream_->puts(filename);
       error_stream_->endl();
       delete f;
       return true;
     }
-    std::size_t size = static_cast<std::size_t>(st.st_size);
-    char* buffer = new (std::nothrow) char[size + 2];
+    char* buffer = new (std::nothrow) char[text.size() + 2];
     if (buffer == nullptr) {
-      std::fclose(file);
       error_stream_->puts("unable to allocate file buffer:  ");
       error_stream_->puts(filename);
       error_stream_->endl();
@@ -202,9 +198,8 @@ bool FillerBase::Push(const char* filename) {
       return true;
     }
     buffer[0] = '}';
-    std::size_t got = std::fread(buffer + 1, 1, size, file);
-    std::fclose(file);
-    buffer[1 + got] = '\0';
+    std::memcpy(buffer + 1, text.data(), text.size());
+    buffer[1 + text.size()] = '\0';
     buffer_start_ = buffer;
     buffer_owned_ = 1;
     read_pos_ = buffer + 1;
@@ -317,9 +312,10 @@ int FillerBase::Pop(int at_loop_end, MathParser* parser) {
 }
 
 bool FillerBase::CountLoopPass() {
-  if (++loop_passes_ <= LoopPassLimit()) return true;
+  const long long limit = parser_->policy().limits.work;
+  if (++loop_passes_ <= limit) return true;
   error();
-  error_stream_->puts(("loop passes exceed the limit (" + std::to_string(LoopPassLimit()) + ")").c_str());
+  error_stream_->puts(("loop passes exceed the limit (" + std::to_string(limit) + ")").c_str());
   error_stream_->endl();
   return false;
 }

@@ -11,7 +11,6 @@
 namespace {
 
 bool g_inline_functions = true;
-long long g_loop_pass_limit = 100'000'000;
 ostream_fast* g_fill_stream = nullptr;
 int g_fill_depth = 0;
 
@@ -22,7 +21,7 @@ class FillDepthScope {
   ~FillDepthScope() { --g_fill_depth; }
   FillDepthScope(const FillDepthScope&) = delete;
   FillDepthScope& operator=(const FillDepthScope&) = delete;
-  bool too_deep() const { return g_fill_depth > quorvix::kMaxFillDepth; }
+  bool too_deep(int limit) const { return g_fill_depth > limit; }
 };
 
 }  // namespace
@@ -121,8 +120,6 @@ symtab* FillerBase::GetReturnCode() {
 }
 
 void FillerBase::AllowInlineFunctions(bool on) { g_inline_functions = on; }
-void FillerBase::SetLoopPassLimit(long long passes) { g_loop_pass_limit = passes; }
-long long FillerBase::LoopPassLimit() { return g_loop_pass_limit; }
 bool FillerBase::InlineFunctionsAllowed() { return g_inline_functions; }
 ostream_fast* FillerBase::CurrentFillStream() { return g_fill_stream; }
 
@@ -170,9 +167,10 @@ char* FillerBase::p_Fill(char** errors) {
 
   FillDepthScope depth;
   try {
-    if (depth.too_deep()) {
+    const int limit = parser_->policy().limits.fills;
+    if (depth.too_deep(limit)) {
       current_output_->puts("{error}");
-      error_stream_->puts(quorvix::kFillDepthMessage);
+      error_stream_->puts(quorvix::FillDepthMessage(limit).c_str());
       error_stream_->endl();
       error_flag_ = 1;
     } else {
@@ -234,13 +232,9 @@ char* DOEFiller::Fill(const char* text, char** errors) { return RunFill(text, er
 
 char* Filler::FillFile(const char* path, char** errors) {
   if (errors != nullptr) *errors = nullptr;
-  std::FILE* file = path ? std::fopen(path, "rb") : nullptr;
-  if (file == nullptr) return nullptr;
-  std::string text = "}";  // as for included files: a template may include itself
-  char chunk[65536];
-  std::size_t n;
-  while ((n = std::fread(chunk, 1, sizeof chunk, file)) > 0) text.append(chunk, n);
-  std::fclose(file);
+  std::string text;
+  if (path == nullptr || !parser_->policy().ReadFile(path, text, nullptr)) return nullptr;
+  text.insert(0, 1, '}');  // as for included files: a template may include itself
   return RunFill(text.data(), text.data() + 1, path, errors);
 }
 

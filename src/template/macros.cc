@@ -26,8 +26,8 @@ char* Copy(const std::string& s) {
   return out;
 }
 
-bool Readable(const std::string& path) {
-  std::FILE* f = std::fopen(path.c_str(), "rb");
+bool Readable(const quorvix::Policy& policy, const std::string& path) {
+  std::FILE* f = policy.OpenFile(path, quorvix::FileMode::kRead, nullptr);
   if (f == nullptr) return false;
   std::fclose(f);
   return true;
@@ -35,21 +35,21 @@ bool Readable(const std::string& path) {
 
 // Looks a file up: first against the working directory, then along the
 // include path. Empty when it is nowhere.
-std::string FindInclude(const std::string& name) {
+std::string FindInclude(const quorvix::Policy& policy, const std::string& name) {
   if (name.compare(0, 2, "\\:") != 0) {
     std::string absolute = name;
     if (name.empty() || name[0] != '/') {
       char cwd[4096];
       if (::getcwd(cwd, sizeof cwd) != nullptr) absolute = std::string(cwd) + "/" + name;
     }
-    if (Readable(absolute)) return absolute;
+    if (Readable(policy, absolute)) return absolute;
   }
   std::string stripped = name;
   if (!name.empty() && (name[0] == '.' || (name.size() > 1 && (name[1] == '/' || name[1] == '\\'))))
     stripped = name.size() > 2 ? name.substr(2) : std::string();
   for (const std::string& dir : FillerBase::IncludePath()) {
     std::string candidate = dir + "/" + stripped;
-    if (Readable(candidate)) return candidate;
+    if (Readable(policy, candidate)) return candidate;
   }
   return {};
 }
@@ -218,7 +218,7 @@ int FillerBase::IncludeFile(bool as_statements, const char* keyword_message) {
   if (!on) return 0;
 
   line_has_statement_ = line_has_output_ = 0;
-  std::string path = FindInclude(name);
+  std::string path = FindInclude(parser_->policy(), name);
   if (path.empty()) {
     error();
     error_stream_->puts(("The file \"" + name + "\" is not in the include path").c_str());

@@ -64,7 +64,7 @@ symtab* CallUserFunction(funtab* entry, sym_list* args) {
   const char* inner = parser->ErrorMessage();
   if (inner != nullptr && inner[0] != '\0')
     message = std::string(inner) + " in function " + entry->name;
-  else if (fill_error.rfind(quorvix::kFillDepthMessage, 0) == 0)
+  else if (fill_error.rfind(quorvix::kFillDepthPrefix, 0) == 0)
     message = fill_error + " in function " + entry->name;
   else
     message = std::string("error in function ") + entry->name;

@@ -32,10 +32,11 @@ class TemplateLimitsTest : public TempDirTest {
   }
   // Fills `text` with the loop pass limit set to `limit`.
   Filled FillWithPassLimit(long long limit, const std::string& text) {
-    const long long saved = FillerBase::LoopPassLimit();
-    FillerBase::SetLoopPassLimit(limit);
+    long long& work = filler_.GetMathParser()->policy().limits.work;
+    const long long saved = work;
+    work = limit;
     Filled r = FillText(text);
-    FillerBase::SetLoopPassLimit(saved);
+    work = saved;
     return r;
   }
 
