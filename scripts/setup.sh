@@ -28,7 +28,8 @@ ROOT="$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)"
 PACKAGES=(
   cmake ninja-build g++ clang libclang-rt-14-dev
   libgtest-dev libgmock-dev libbenchmark-dev
-  tcl-dev libpcre2-dev libeigen3-dev libmuparser-dev
+  tcl-dev libpcre2-dev libeigen3-dev libmatio-dev libhdf5-dev pybind11-dev python3-dev
+  libmuparser-dev
   python3 python3-numpy python3-jinja2
 )
 

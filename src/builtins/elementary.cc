@@ -5,7 +5,7 @@
 #include <span>
 
 #include "builtins/builtin_support.h"
-#include "expression/builtin_table.h"
+#include "builtins/builtin_table.h"
 
 namespace quorvix {
 namespace {

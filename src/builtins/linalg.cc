@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "builtins/builtin_support.h"
-#include "expression/builtin_table.h"
+#include "builtins/builtin_table.h"
 #include "numerics/eigen.h"
 #include "quorvix/linalg.h"
 

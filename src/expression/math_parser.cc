@@ -6,9 +6,10 @@
 #include <iostream>
 #include <new>
 
-#include "expression/builtin_table.h"
+#include "expression/builtin_registrar.h"
 #include "parser/core/error.h"
-#include "parser/math/parse_cache.h"
+#include "expression/parse_cache.h"
+#include "values/value_ops.h"
 
 MathParser* MathParser::current_parser = nullptr;
 ErrorFunc MathParser::err_fun = nullptr;
@@ -22,6 +23,11 @@ int MathParser::need_preprocess = -1;
 std::string MathParser::error_text_;
 
 namespace {
+
+// Value operations report through the service's error function.
+const bool g_value_errors_routed = (quorvix::ops::SetErrorSink(&MathParser::Error), true);
+
+quorvix::BuiltinRegistrar g_builtin_registrar = nullptr;
 
 // Generations come from one counter so that a parser created at the address
 // of a destroyed one never matches a stale cached lookup.
@@ -53,12 +59,16 @@ void Report(MathParser* parser, const char* message) {
 
 }  // namespace
 
+namespace quorvix {
+void SetBuiltinRegistrar(BuiltinRegistrar registrar) { g_builtin_registrar = registrar; }
+}  // namespace quorvix
+
 MathParserExpression::MathParserExpression(std::shared_ptr<quorvix::ParsedTree> tree)
     : tree_(std::move(tree)) {}
 MathParserExpression::~MathParserExpression() = default;
 
 MathParser::MathParser() : vars_generation_(NextGeneration()) {
-  if (func_list.empty()) quorvix::RegisterBuiltins();
+  if (func_list.empty() && g_builtin_registrar != nullptr) g_builtin_registrar();
 }
 
 MathParser::MathParser(const MathParser& other) : vars_generation_(NextGeneration()) {

@@ -10,7 +10,7 @@
 #include "template/expression_cache.h"
 #include "template/statement_table.h"
 #include "template/text_scan.h"
-#include "template/value_format.h"
+#include "quorvix/value_format.h"
 #include "util/output_stream.h"
 
 namespace {

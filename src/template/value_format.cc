@@ -1,4 +1,4 @@
-#include "template/value_format.h"
+#include "quorvix/value_format.h"
 
 #include <charconv>
 #include <cmath>

@@ -2,8 +2,6 @@
 
 #include <cstdio>
 
-#include "quorvix/symtab.h"
-
 void ostream_fast::write_int(long long v) {
   char buf[32];
   int n = std::snprintf(buf, sizeof buf, "%lld", v);

@@ -11,7 +11,7 @@
 
 #include <gtest/gtest.h>
 
-#include "expression/builtin_table.h"
+#include "builtins/builtin_table.h"
 #include "quorvix/math_parser.h"
 
 namespace quorvix {

@@ -14,7 +14,7 @@
 #include <vector>
 
 #include "quorvix/math_parser.h"
-#include "template/value_format.h"
+#include "quorvix/value_format.h"
 
 namespace {
 

@@ -11,7 +11,7 @@
 #include <string>
 #include <vector>
 
-#include "template/value_format.h"
+#include "quorvix/value_format.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "expression/value_ops.h"
+#include "values/value_ops.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
 // The cache of parsed texts: results do not depend on it, and whatever can
 // change a parse (the registry, the escape option) is seen at once.
-#include "parser/math/parse_cache.h"
+#include "expression/parse_cache.h"
 
 #include <gtest/gtest.h>
 
@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "quorvix/math_parser.h"
-#include "template/value_format.h"
+#include "quorvix/value_format.h"
 
 namespace {
 

@@ -5,7 +5,7 @@
 #include <string>
 
 #include "quorvix/math_parser.h"
-#include "template/value_format.h"
+#include "quorvix/value_format.h"
 
 namespace {
 

@@ -8,7 +8,7 @@
 #include <string>
 
 #include "parser/core/utilities.h"
-#include "expression/value_ops.h"
+#include "values/value_ops.h"
 
 namespace MathParser_NS {
 

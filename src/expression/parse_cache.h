@@ -3,8 +3,8 @@
 // pass), so a text is scanned and built once and its tree reused until
 // something that can change a parse changes: the function registry (which
 // decides what is a function name) or the escape-character option.
-#ifndef QUORVIX_PARSER_MATH_PARSE_CACHE_H
-#define QUORVIX_PARSER_MATH_PARSE_CACHE_H
+#ifndef QUORVIX_EXPRESSION_PARSE_CACHE_H
+#define QUORVIX_EXPRESSION_PARSE_CACHE_H
 
 #include <memory>
 #include <string_view>

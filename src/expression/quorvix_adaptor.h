@@ -1,8 +1,8 @@
 // The adaptor between expression trees and value records: variables live in
 // the current MathParser, functions in the process-wide registry, and the
 // arithmetic is the in-place value operations.
-#ifndef QUORVIX_PARSER_MATH_QUORVIX_ADAPTOR_H
-#define QUORVIX_PARSER_MATH_QUORVIX_ADAPTOR_H
+#ifndef QUORVIX_EXPRESSION_QUORVIX_ADAPTOR_H
+#define QUORVIX_EXPRESSION_QUORVIX_ADAPTOR_H
 
 #include "parser/core/adaptor.h"
 

@@ -1,11 +1,11 @@
-#include "parser/math/quorvix_adaptor.h"
+#include "expression/quorvix_adaptor.h"
 
 #include <cmath>
 #include <cstring>
 
-#include "expression/builtin_table.h"
+#include "builtins/builtin_table.h"
 #include "expression/function_call.h"
-#include "expression/value_ops.h"
+#include "values/value_ops.h"
 #include "parser/core/error.h"
 #include "quorvix/math_parser.h"
 

@@ -1,10 +1,10 @@
-#include "parser/math/parse_cache.h"
+#include "expression/parse_cache.h"
 
 #include <string>
 #include <unordered_map>
 
 #include "parser/core/error.h"
-#include "parser/math/quorvix_adaptor.h"
+#include "expression/quorvix_adaptor.h"
 #include "parser/math/standard_parser.h"
 #include "quorvix/math_parser.h"
 

@@ -1,7 +1,7 @@
 // Operator semantics on value records. Every operation works in place: the
 // left record becomes the result and the right one may be consumed (its
 // arrays moved into the result, or used as scratch). On failure an operation
-// reports its message through MathParser::Error and returns false; the left
+// reports its message through the error sink and returns false; the left
 // record is then valid but unspecified, and the caller releases both. Left
 // and right must be distinct records (right division factors the right's
 // storage in place).
@@ -9,14 +9,19 @@
 // "Scalar" in the arithmetic operations means kind 1 only; comparisons and
 // logical operations also accept a one-element array as a scalar.
 // Names and the shared/frozen flags of the left record are never touched.
-#ifndef QUORVIX_EXPRESSION_VALUE_OPS_H
-#define QUORVIX_EXPRESSION_VALUE_OPS_H
+#ifndef QUORVIX_VALUES_VALUE_OPS_H
+#define QUORVIX_VALUES_VALUE_OPS_H
 
 #include <cstddef>
 
 #include "quorvix/symtab.h"
 
 namespace quorvix::ops {
+
+// Where the operations report their failures. The expression service
+// installs its error function here; the value layer cannot name it.
+using ErrorSink = void (*)(const char* message);
+void SetErrorSink(ErrorSink sink);
 
 bool Add(symtab& left, symtab& right);
 bool Subtract(symtab& left, symtab& right);

@@ -1,18 +1,25 @@
 // Element-wise arithmetic: addition and subtraction of numbers, modulus,
 // power and negation, plus the helpers every operation unit shares.
-#include "expression/value_ops.h"
+#include "values/value_ops.h"
 
 #include <cmath>
 #include <cstdio>
 #include <cstring>
 
-#include "quorvix/math_parser.h"
-
 namespace quorvix::ops {
+namespace {
+
+void IgnoreError(const char*) {}
+ErrorSink g_error_sink = IgnoreError;
+
+}  // namespace
+
+void SetErrorSink(ErrorSink sink) { g_error_sink = sink != nullptr ? sink : IgnoreError; }
+
 namespace detail {
 
 bool Fail(const char* msg) {
-  MathParser::Error(msg);
+  g_error_sink(msg);
   return false;
 }
 

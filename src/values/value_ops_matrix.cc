@@ -3,7 +3,7 @@
 #include <memory>
 #include <utility>
 
-#include "expression/value_ops.h"
+#include "values/value_ops.h"
 #include "quorvix/linalg.h"
 
 namespace quorvix::ops {

@@ -1,7 +1,7 @@
 // String joining (+) and string removal (-) on string lists.
 #include <cstring>
 
-#include "expression/value_ops.h"
+#include "values/value_ops.h"
 
 namespace quorvix::ops::detail {
 namespace {

@@ -1,5 +1,6 @@
-#include "expression/builtin_table.h"
+#include "builtins/builtin_table.h"
 
+#include "expression/builtin_registrar.h"
 #include "quorvix/math_parser.h"
 
 namespace quorvix {
@@ -13,5 +14,10 @@ void RegisterBuiltins() {
   for (Family family : kFamilies)
     for (const BuiltinEntry& e : family()) MathParser::AddFunc(e.name, e.handler, e.nargs);
 }
+
+namespace {
+// Runs when the library is loaded, before any host can construct a parser.
+const bool g_registered = (SetBuiltinRegistrar(&RegisterBuiltins), true);
+}  // namespace
 
 }  // namespace quorvix

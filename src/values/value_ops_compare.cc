@@ -4,7 +4,7 @@
 #include <cstring>
 #include <functional>
 
-#include "expression/value_ops.h"
+#include "values/value_ops.h"
 
 namespace quorvix::ops {
 

@@ -1,7 +1,7 @@
 // The table of built-in functions: each family unit exports its rows, and the
 // MathParser constructor registers all of them when the registry is empty.
-#ifndef QUORVIX_EXPRESSION_BUILTIN_TABLE_H
-#define QUORVIX_EXPRESSION_BUILTIN_TABLE_H
+#ifndef QUORVIX_BUILTINS_BUILTIN_TABLE_H
+#define QUORVIX_BUILTINS_BUILTIN_TABLE_H
 
 #include <span>
 

@@ -1,7 +1,7 @@
 // Writing values as text with the template engine's formats: a number format
 // with its letter, a string format and a layout style for arrays.
-#ifndef QUORVIX_TEMPLATE_VALUE_FORMAT_H
-#define QUORVIX_TEMPLATE_VALUE_FORMAT_H
+#ifndef QUORVIX_VALUE_FORMAT_H
+#define QUORVIX_VALUE_FORMAT_H
 
 #include <string>
 
