@@ -115,6 +115,9 @@ class MathParser {
   static void AddMessageService(void* key, MessageServiceBase* s);
   static MessageServiceBase* RemoveMessageService(void* key);
   static MessageServiceBase* GetActiveMessageService();
+  // Where this parser's messages go: the policy's service when the host set
+  // one, else the active service; null when there is none.
+  MessageServiceBase* MessageService() const;
   static void SetAppInfo(VQApplicationInfo* info) { s_app_info = info; }
   static VQApplicationInfo* GetAppInfo() { return s_app_info; }
 

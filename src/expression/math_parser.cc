@@ -388,6 +388,10 @@ MessageServiceBase* MathParser::GetActiveMessageService() {
   return it == message_services.end() ? nullptr : it->second;
 }
 
+MessageServiceBase* MathParser::MessageService() const {
+  return policy_->messages != nullptr ? policy_->messages : GetActiveMessageService();
+}
+
 // High characters inside string literals are taken out as chr() calls, for
 // hosts whose text passes through a 7-bit channel.
 char* MathParser::_PreprocessForHiChar(const char* text) {
