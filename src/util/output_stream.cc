@@ -2,12 +2,6 @@
 
 #include <cstdio>
 
-void ostream_fast::write_int(long long v) {
-  char buf[32];
-  int n = std::snprintf(buf, sizeof buf, "%lld", v);
-  write(buf, static_cast<std::size_t>(n));
-}
-
 void ostream_fast::write_double(double v) {
   char buf[64];
   int n = std::snprintf(buf, sizeof buf, "%g", v);
@@ -22,10 +16,7 @@ char* ostrstream_fast::str() {
   return out;
 }
 
-ofstream_fast::ofstream_fast(const char* path, int mode)
-    : ostream_fast(64 * 1024) {
-  file_ = std::fopen(path, mode == kAppend ? "ab" : "wb");
-}
+ofstream_fast::ofstream_fast(std::FILE* file) : ostream_fast(64 * 1024), file_(file) {}
 
 ofstream_fast::~ofstream_fast() {
   if (file_ != nullptr) {
@@ -39,4 +30,19 @@ void ofstream_fast::flush() {
   // flushed for good when the stream closes.
   if (file_ != nullptr && !buf_.empty()) std::fwrite(buf_.data(), 1, buf_.size(), file_);
   buf_.clear();
+}
+
+void osinkstream_fast::flush() {
+  if (buf_.empty()) return;
+  // After a refused write the rest is dropped: memory must not grow while
+  // the fill winds down.
+  if (good_) good_ = sink_.Write(buf_.data(), buf_.size());
+  handed_ += buf_.size();
+  buf_.clear();
+}
+
+bool osinkstream_fast::finish() {
+  flush();
+  if (good_) good_ = sink_.Finish();
+  return good_;
 }

@@ -11,6 +11,8 @@
 #include <string>
 #include <string_view>
 
+#include "quorvix/output_sink.h"
+
 class ostream_fast {
  public:
   virtual ~ostream_fast() = default;
@@ -31,13 +33,10 @@ class ostream_fast {
   void endl() { write("\r\n", 2); }
   // One zero character, terminating an in-memory text.
   void ends() { put('\0'); }
-  void write_int(long long v);
   void write_double(double v);
   virtual void flush() {}
   // Characters written and not yet handed on.
   std::size_t pending() const { return buf_.size(); }
-  // Whether the last character written is `c` (in the pending buffer).
-  bool last_is(char c) const { return !buf_.empty() && buf_.back() == c; }
 
  protected:
   explicit ostream_fast(std::size_t spill_at) : spill_at_(spill_at) {}
@@ -64,13 +63,12 @@ class ostrstream_fast : public ostream_fast {
   void clear() { buf_.clear(); }
 };
 
-// Writes to a file through a 64 KiB buffer.
+// Writes to a file through a 64 KiB buffer. The file comes open (every file
+// the library opens goes through the policy) and is closed with the stream.
 class ofstream_fast : public ostream_fast {
  public:
-  enum Mode { kCreate = 2, kAppend = 10 };
-  ofstream_fast(const char* path, int mode);
+  explicit ofstream_fast(std::FILE* file);
   ~ofstream_fast() override;
-  bool is_open() const { return file_ != nullptr; }
   void flush() override;
 
  protected:
@@ -78,6 +76,27 @@ class ofstream_fast : public ostream_fast {
 
  private:
   std::FILE* file_ = nullptr;
+};
+
+// Hands the output to a host's sink in 64 KiB pieces as the fill goes.
+class osinkstream_fast : public ostream_fast {
+ public:
+  explicit osinkstream_fast(quorvix::OutputSink& sink) : ostream_fast(64 * 1024), sink_(sink) {}
+  void flush() override;
+  // Flushes and tells the sink the output is complete.
+  bool finish();
+  // False once the sink refused a write.
+  bool good() const { return good_; }
+  // Bytes handed to the sink so far, plus those pending.
+  unsigned long long written() const { return handed_ + buf_.size(); }
+
+ protected:
+  void spill() override { flush(); }
+
+ private:
+  quorvix::OutputSink& sink_;
+  unsigned long long handed_ = 0;
+  bool good_ = true;
 };
 
 #endif

@@ -1,0 +1,81 @@
+#include "util/run_budget.h"
+
+#include <chrono>
+#include <cmath>
+#include <cstdio>
+
+namespace quorvix {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+struct State {
+  int depth = 0;
+  long long spent = 0;
+  long long work_limit = 0;
+  double seconds = 0.0;
+  Clock::time_point deadline{};
+  bool expired = false;
+};
+
+thread_local State t_state;
+
+// Reading the clock costs more than a pass of a tight loop, so the deadline
+// is looked at once every this many units.
+constexpr long long kClockEvery = 1024;
+
+bool PastDeadline() {
+  if (t_state.seconds <= 0.0) return false;
+  if (!t_state.expired && Clock::now() >= t_state.deadline) t_state.expired = true;
+  return t_state.expired;
+}
+
+}  // namespace
+
+RunBudget::Scope::Scope(const Limits& limits) : outermost_(t_state.depth == 0) {
+  ++t_state.depth;
+  if (!outermost_) return;
+  t_state.spent = 0;
+  t_state.work_limit = limits.work;
+  t_state.seconds = limits.seconds;
+  t_state.expired = false;
+  if (limits.seconds > 0.0)
+    t_state.deadline = Clock::now() + std::chrono::duration_cast<Clock::duration>(
+                                          std::chrono::duration<double>(limits.seconds));
+}
+
+RunBudget::Scope::~Scope() { --t_state.depth; }
+
+std::string RunBudget::WorkMessage(long long limit) {
+  return "work exceeds the limit (" + std::to_string(limit) +
+         " loop passes, includes, macro expansions and function calls)";
+}
+
+std::string RunBudget::TimeMessage(double seconds) {
+  char text[64];
+  std::snprintf(text, sizeof text, "time limit exceeded (%g s)", seconds);
+  return text;
+}
+
+bool RunBudget::Spend(std::string* why) {
+  if (t_state.depth == 0) return true;
+  if (++t_state.spent > t_state.work_limit) {
+    if (why) *why = WorkMessage(t_state.work_limit);
+    return false;
+  }
+  if (t_state.spent % kClockEvery == 0 && PastDeadline()) {
+    if (why) *why = TimeMessage(t_state.seconds);
+    return false;
+  }
+  return true;
+}
+
+bool RunBudget::InTime(std::string* why) {
+  if (t_state.depth == 0 || !PastDeadline()) return true;
+  if (why) *why = TimeMessage(t_state.seconds);
+  return false;
+}
+
+long long RunBudget::Spent() { return t_state.depth == 0 ? 0 : t_state.spent; }
+
+}  // namespace quorvix

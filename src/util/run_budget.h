@@ -1,0 +1,44 @@
+// The work and the time of one outermost fill or evaluation on this thread.
+//
+// The outermost call opens a Scope with its parser's limits; fills and
+// evaluations nested inside it (user functions, fill and eval built-ins,
+// includes) join that scope, so recursion through any of them spends from one
+// budget instead of each level starting afresh.
+#ifndef QUORVIX_UTIL_RUN_BUDGET_H
+#define QUORVIX_UTIL_RUN_BUDGET_H
+
+#include <string>
+
+#include "quorvix/policy.h"
+
+namespace quorvix {
+
+class RunBudget {
+ public:
+  class Scope {
+   public:
+    explicit Scope(const Limits& limits);
+    ~Scope();
+    Scope(const Scope&) = delete;
+    Scope& operator=(const Scope&) = delete;
+
+   private:
+    bool outermost_;
+  };
+
+  // Spends one unit of work: a loop pass, an include, a macro expansion or a
+  // user-function call. False past the work limit or the deadline, with the
+  // message in `why`. Outside any scope nothing is counted.
+  static bool Spend(std::string* why);
+  // Checks the deadline only; long numerical kernels call it between blocks.
+  static bool InTime(std::string* why);
+  // Units spent in the current outermost scope.
+  static long long Spent();
+
+  static std::string WorkMessage(long long limit);
+  static std::string TimeMessage(double seconds);
+};
+
+}  // namespace quorvix
+
+#endif
