@@ -9,6 +9,7 @@
 #include "expression/builtin_registrar.h"
 #include "parser/core/error.h"
 #include "expression/parse_cache.h"
+#include "util/run_budget.h"
 #include "values/value_ops.h"
 
 MathParser* MathParser::current_parser = nullptr;
@@ -136,6 +137,9 @@ symtab* MathParser::Guarded(int position_offset, Body body) {
     error_message_ = nullptr;
   }
   CurrentParserScope scope(this);
+  // An evaluation outside any fill owns the work and time budget; inside a
+  // fill it joins the fill's.
+  quorvix::RunBudget::Scope budget(policy_->limits);
   error_text_.clear();
   symtab* result = nullptr;
   try {
