@@ -69,9 +69,11 @@ void Refresh(const std::string& name, ParserCore_NS::FunctionCache& cache) {
 }
 
 // The plain double function behind a plain built-in that has one (sin, abs,
-// ...), so that a scalar call skips the argument list.
+// ...), so that a scalar call skips the argument list. That call also skips
+// the policy check, so an entry with call flags never takes it.
 double (*PureKernel(const funtab* e))(double) {
-  if (e == nullptr || e->is_external || e->is_user || e->is_library || e->has_context)
+  if (e == nullptr || e->is_external || e->is_user || e->is_library || e->has_context ||
+      e->call_flags != 0)
     return nullptr;
   return quorvix::ScalarKernel(e->handler);
 }
