@@ -3,7 +3,6 @@
 #include <cmath>
 #include <cstring>
 
-#include "expression/builtin_table.h"
 #include "expression/function_call.h"
 #include "expression/value_ops.h"
 #include "parser/core/error.h"
@@ -75,7 +74,7 @@ double (*PureKernel(const funtab* e))(double) {
   if (e == nullptr || e->is_external || e->is_user || e->is_library || e->has_context ||
       e->call_flags != 0)
     return nullptr;
-  return quorvix::ScalarKernel(e->handler);
+  return e->scalar_kernel;
 }
 
 // Checks that a value can be stored as one element of a numeric array.
