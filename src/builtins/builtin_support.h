@@ -85,7 +85,8 @@ void ReduceToScalar(symtab& v, double x);
 // The argument list of one call, as a handler reads it. Records taken from the
 // list belong to the reader until Release hands one back as the result or
 // PutBack returns one to the list; whatever is still held when the reader goes
-// out of scope is freed. Reports go through Report, after BackupTo(at).
+// out of scope is freed. Reports go through Report, after BackupTo(at). Only
+// size and HasCount may be used on a missing list.
 class Args {
  public:
   explicit Args(sym_list* list) : list_(list) {}

@@ -99,6 +99,7 @@ TEST_F(ElementaryTest, ResultAndWhatTheListKeeps) {
   };
   const Case cases[] = {
       {"sqrt", {Scalar(4, "x")}, 0, {-1}, ""},
+      {"inverse", {Array(2, 2, {4, 7, 2, 6}, "m")}, 0, {-1}, ""},
       {"sin", {String("text")}, 0, {-1}, "Invalid argument type"},
       {"atan2", {Array(1, 3, {1, -1, 0}, "y"), Array(3, 1, {1, 1, -1})}, 0, {-1, 1}, ""},
       {"atan2", {Scalar(1), Array(1, 2, {1, -1}, "x")}, 1, {-1, 0}, ""},

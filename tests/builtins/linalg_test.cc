@@ -58,11 +58,6 @@ class LinalgTest : public ::testing::Test {
   symtab* result_ = nullptr;
 };
 
-TEST_F(LinalgTest, InverseReplacesTheMatrixInPlace) {
-  symtab* arg = Matrix(2, 2, {4, 7, 2, 6});
-  EXPECT_EQ(Call("inverse", arg), arg);
-}
-
 TEST_F(LinalgTest, SingularOrNonFiniteMatrixIsFreedAndNull) {
   const double nan = std::numeric_limits<double>::quiet_NaN();
   struct Case { const char* name; std::vector<double> m; const char* message; };
