@@ -20,6 +20,7 @@ PUBLIC = {
     "app_info.h": "util",
     "message_service.h": "util",
     "policy.h": "util",
+    "output_sink.h": "util",
     "linalg.h": "numerics",
     "symtab.h": "values",
     "math_parser.h": "expression",

@@ -29,7 +29,7 @@ PACKAGES=(
   cmake ninja-build g++ clang libclang-rt-14-dev
   libgtest-dev libgmock-dev libbenchmark-dev
   tcl-dev libpcre2-dev libeigen3-dev libmatio-dev libhdf5-dev pybind11-dev python3-dev
-  libmuparser-dev
+  clang-format libmuparser-dev
   python3 python3-numpy python3-jinja2
 )
 

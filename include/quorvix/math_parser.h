@@ -98,6 +98,11 @@ class MathParser {
 
   // Function registry (process-wide) -------------------------------------
   static int AddFunc(const char* name, BuiltinHandler handler, int nargs);
+  // As above, with the handler's quorvix::CallFlag bits (a call the parser's
+  // policy refuses reports why and never reaches the handler) and, for a pure
+  // element-wise handler, its function of one number (or null).
+  static int AddFunc(const char* name, BuiltinHandler handler, int nargs, unsigned call_flags,
+                     double (*scalar_kernel)(double));
   static int AddContextFunc(const char* name, ContextHandler handler, void* context, int nargs);
   static void RemoveFunc(const char* name);
   static void RemoveUserFn(const char* name);

@@ -118,6 +118,12 @@ struct funtab {
   int has_context = 0;
   ContextHandler context_handler = nullptr;
   void* context = nullptr;
+  // quorvix::CallFlag bits of a plain built-in: what it touches beyond its
+  // arguments. Checked against the calling parser's policy before each call.
+  unsigned call_flags = 0;
+  // For a pure element-wise built-in without flags: the handler's function of
+  // one number, which a call with one scalar argument uses instead.
+  double (*scalar_kernel)(double) = nullptr;
 
   funtab() = default;
   funtab(const funtab&) = delete;

@@ -35,24 +35,6 @@ void Report(const char* message, ErrorAt at) {
   MathParser::Error(message);
 }
 
-symtab* Fail(symtab* taken, const char* message, ErrorAt at) {
-  Report(message, at);
-  if (taken != nullptr) taken->Delete();
-  return nullptr;
-}
-
-bool HasArgCount(const sym_list* args, int min, int max, ErrorAt at) {
-  if (args != nullptr && args->count >= min && args->count <= max) return true;
-  Report(kInvalidArgCount, at);
-  return false;
-}
-
-symtab* TakeArg(sym_list* args, int i) {
-  symtab* v = args->Take(i);
-  if (v != nullptr) v->DropName();
-  return v;
-}
-
 const char* ArgumentMessage(int position, ArgKind kind) {
   int k = static_cast<int>(kind);
   if (position < 1 || position > kMaxPosition || k < 0 || k >= kArgKinds) return kInvalidArgType;
@@ -72,15 +54,64 @@ void ReduceToScalar(symtab& v, double x) {
   v.cols = 1;
 }
 
-symtab* ApplyElementwise(sym_list* args, double (*f)(double)) {
-  if (!HasArgCount(args, 1, 1, ErrorAt::kNone)) return nullptr;
-  symtab* v = TakeArg(args, 0);
-  if (v == nullptr || !IsNumeric(*v)) {
-    Report(kInvalidArgType, ErrorAt::kNone);
-    return v;
-  }
-  for (double& x : NumericElements(*v)) x = f(x);
+Args::~Args() {
+  for (int i = 0; i < num_taken_; ++i)
+    if (taken_[i] != nullptr) taken_[i]->Delete();
+  for (symtab* v : more_taken_)
+    if (v != nullptr) v->Delete();
+}
+
+bool Args::HasCount(int min, int max, ErrorAt at) const {
+  if (list_ != nullptr && list_->count >= min && list_->count <= max) return true;
+  Report(kInvalidArgCount, at);
+  return false;
+}
+
+symtab* Args::Take(int i) {
+  symtab* v = list_->Take(i);
+  if (v == nullptr) return nullptr;
+  v->DropName();
+  if (num_taken_ < kInline)
+    taken_[num_taken_++] = v;
+  else
+    more_taken_.push_back(v);
   return v;
+}
+
+symtab* Args::Take(int i, bool (*accepts)(const symtab&), const char* message, ErrorAt at) {
+  symtab* v = Take(i);
+  if (v != nullptr && accepts(*v)) return v;
+  return Fail(message, at);
+}
+
+bool Args::Check(int i, bool (*accepts)(const symtab&), const char* message, ErrorAt at) const {
+  const symtab* v = Peek(i);
+  if (v != nullptr && accepts(*v)) return true;
+  Report(message, at);
+  return false;
+}
+
+void Args::Forget(const symtab* v) {
+  if (v == nullptr) return;
+  for (int i = 0; i < num_taken_; ++i)
+    if (taken_[i] == v) taken_[i] = nullptr;
+  for (symtab*& t : more_taken_)
+    if (t == v) t = nullptr;
+}
+
+symtab* Args::Release(symtab* v) {
+  Forget(v);
+  return v;
+}
+
+void Args::PutBack(int i, symtab* v) {
+  Forget(v);
+  list_->args[i] = v;
+}
+
+symtab* Args::Fail(const char* message, ErrorAt at) const {
+  Report(message, at);
+  return nullptr;
 }
 
 }  // namespace quorvix::builtins

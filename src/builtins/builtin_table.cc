@@ -12,7 +12,8 @@ void RegisterBuiltins() {
       LinalgBuiltins,
   };
   for (Family family : kFamilies)
-    for (const BuiltinEntry& e : family()) MathParser::AddFunc(e.name, e.handler, e.nargs);
+    for (const BuiltinEntry& e : family())
+      MathParser::AddFunc(e.name, e.handler, e.nargs, e.call_flags, e.scalar_kernel);
 }
 
 namespace {

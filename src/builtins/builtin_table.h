@@ -5,26 +5,33 @@
 
 #include <span>
 
+#include "quorvix/policy.h"
 #include "quorvix/symtab.h"
 
 namespace quorvix {
 
+// One built-in: what the registry stores, then the text of its reference
+// entry.
 struct BuiltinEntry {
   const char* name;
   BuiltinHandler handler;
-  int nargs;  // the argument word stored in funtab::nargs
+  int nargs;                        // the argument word stored in funtab::nargs
+  unsigned call_flags;              // CallFlag bits, checked against the policy per call
+  double (*scalar_kernel)(double);  // the handler's plain function, for a
+                                    // pure element-wise built-in; else null
+  const char* usage;                // the call's shape: "sin(x)"
+  const char* synopsis;             // one line: "sine of x (radians), element by element"
+  const char* example;              // a call that evaluates as it stands: "sin(dtor(30))"
 };
+
+// CallFlag bits of a built-in that touches nothing beyond its arguments.
+inline constexpr unsigned kNoCallFlags = 0;
 
 // One accessor per family, defined in src/builtins/<family>.cc.
 std::span<const BuiltinEntry> ElementaryBuiltins();
 std::span<const BuiltinEntry> LinalgBuiltins();
 
-// The plain double function computed by a built-in handler that is pure and
-// element-wise (sin, abs, ...), or null. Lets scalar calls skip the argument
-// list.
-double (*ScalarKernel(BuiltinHandler handler))(double);
-
-// Registers every family's rows with MathParser::AddFunc.
+// Registers every family's rows, with their flags and kernels.
 void RegisterBuiltins();
 
 }  // namespace quorvix

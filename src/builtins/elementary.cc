@@ -10,77 +10,33 @@
 namespace quorvix {
 namespace {
 
-using builtins::Fail;
-using builtins::HasArgCount;
+using builtins::Args;
+using builtins::BadElement;
+using builtins::Elementwise;
+using builtins::ElementwiseErrors;
+using builtins::ErrorAt;
 using builtins::IsArray;
 using builtins::IsNumber;
 using builtins::IsNumeric;
 using builtins::IsVectorLike;
-using builtins::kDomainViolation;
 using builtins::kInvalidArgType;
 using builtins::NumericElements;
 using builtins::ReduceToScalar;
-using builtins::TakeArg;
+using builtins::WrongKind;
 
 // ---- Functions with their own domain checks --------------------------------
-
-using RealFunction = double (*)(double);
-using DomainTest = bool (*)(double);
-
-// What a domain violation inside an array does. The logarithms and sqrt hand
-// back the array converted up to the bad element; the arc functions drop it.
-enum class ArrayViolation { kFree, kKeepPartial };
-
-symtab* ApplyChecked(sym_list* args, RealFunction f, DomainTest in_domain,
-                     ArrayViolation on_array_violation) {
-  if (!HasArgCount(args, 1)) return nullptr;
-  symtab* v = TakeArg(args, 0);
-  if (v == nullptr || !IsNumeric(*v)) return Fail(v, kInvalidArgType);
-  for (double& x : NumericElements(*v)) {
-    if (in_domain != nullptr && !in_domain(x)) {
-      if (IsArray(*v) && on_array_violation == ArrayViolation::kKeepPartial) {
-        builtins::Report(kDomainViolation);
-        return v;
-      }
-      return Fail(v, kDomainViolation);
-    }
-    x = f(x);
-  }
-  return v;
-}
-
-template <RealFunction F, DomainTest InDomain = nullptr,
-          ArrayViolation OnArray = ArrayViolation::kFree>
-symtab* Checked(sym_list* args) {
-  if (args == nullptr || args->count != 1 || args->args[0] == nullptr ||
-      args->args[0]->type != SYM_ARRAY)
-    return ApplyChecked(args, F, InDomain, OnArray);
-  // Arrays: find the first element outside the domain, then convert the
-  // elements before it in one loop the compiler can vectorise.
-  symtab* v = TakeArg(args, 0);
-  std::span<double> xs = NumericElements(*v);
-  std::size_t bad = xs.size();
-  if constexpr (InDomain != nullptr) {
-    bool all = true;
-    for (double x : xs) all &= InDomain(x);
-    if (!all)
-      for (bad = 0; bad < xs.size() && InDomain(xs[bad]); ++bad) {}
-  }
-  double* d = xs.data();
-  for (std::size_t i = 0; i < bad; ++i) d[i] = F(d[i]);
-  if (bad == xs.size()) return v;
-  if (OnArray == ArrayViolation::kKeepPartial) {
-    builtins::Report(kDomainViolation);
-    return v;
-  }
-  return Fail(v, kDomainViolation);
-}
 
 // NaN fails the arc functions' test but passes the others: the comparisons
 // are written so that NaN falls on the intended side.
 bool WithinUnit(double x) { return std::fabs(x) <= 1.0; }
 bool NotNegative(double x) { return !(x < 0.0); }
 bool NotNonPositive(double x) { return !(x <= 0.0); }
+
+// A domain violation frees the argument; the arc functions do so for arrays
+// too, while sqrt and the logarithms hand back an array converted up to the
+// bad element.
+constexpr ElementwiseErrors kChecked{};
+constexpr ElementwiseErrors kKeepPartial{.bad_element = BadElement::kKeepPartial};
 
 double Acos(double x) { return std::acos(x); }
 double Asin(double x) { return std::asin(x); }
@@ -96,19 +52,13 @@ double RadToDeg(double x) { return x * 180.0 / (4.0 * std::atan(1.0)); }
 double DegToRad(double x) { return 4.0 * std::atan(1.0) * (x / 180.0); }
 
 // ln and log are one handler under two names.
-constexpr BuiltinHandler kNaturalLog = Checked<Log, NotNonPositive, ArrayViolation::kKeepPartial>;
+constexpr BuiltinHandler kNaturalLog = Elementwise<Log, kKeepPartial, NotNonPositive>;
 
-// ---- Thin wrappers over the shared applier ---------------------------------
+// ---- Thin wrappers ---------------------------------------------------------
 
-template <RealFunction F>
-symtab* Wrapped(sym_list* args) {
-  if (args == nullptr || args->count != 1 || args->args[0] == nullptr ||
-      args->args[0]->type != SYM_ARRAY)
-    return builtins::ApplyElementwise(args, F);
-  symtab* v = TakeArg(args, 0);
-  for (double& x : NumericElements(*v)) x = F(x);  // inlined, so vectorisable
-  return v;
-}
+// No domain; they report without BackupTo and hand a record of another kind
+// back unfreed, after the report.
+constexpr ElementwiseErrors kWrapper{.wrong_kind = WrongKind::kReturn, .at = ErrorAt::kNone};
 
 double Sin(double x) { return std::sin(x); }
 double Cos(double x) { return std::cos(x); }
@@ -121,56 +71,58 @@ double Exp(double x) { return std::exp(x); }
 
 // ---- atan2, mag, numpts, maxindex ------------------------------------------
 
-symtab* Atan2(sym_list* args) {
-  if (!HasArgCount(args, 2)) return nullptr;
-  symtab* y = TakeArg(args, 0);
-  if (y == nullptr || !(IsNumber(*y) || IsVectorLike(*y)))
-    return Fail(y, builtins::kInvalidTypeArg1);
-  const symtab* x = args->args[1];
-  if (x == nullptr || !(IsNumber(*x) || IsVectorLike(*x)))
-    return Fail(y, builtins::kInvalidTypeArg2);
+bool IsNumberOrVector(const symtab& v) { return IsNumber(v) || IsVectorLike(v); }
+
+symtab* Atan2(sym_list* list) {
+  Args args(list);
+  if (!args.HasCount(2)) return nullptr;
+  symtab* y = args.Take(0, IsNumberOrVector, builtins::kInvalidTypeArg1);
+  if (y == nullptr || !args.Check(1, IsNumberOrVector, builtins::kInvalidTypeArg2)) return nullptr;
+  const symtab* x = args.Peek(1);
 
   if (IsNumber(*y) && IsArray(*x)) {
     // The result lives in x's record; y goes back to the list for the caller
     // to free.
-    symtab* result = TakeArg(args, 1);
-    args->args[1] = y;
+    symtab* result = args.Take(1);
+    args.PutBack(1, y);
     for (double& e : NumericElements(*result)) e = std::atan2(y->value, e);
-    return result;
+    return args.Release(result);
   }
   if (IsNumber(*x)) {
     for (double& e : NumericElements(*y)) e = std::atan2(e, x->value);
-    return y;
+    return args.Release(y);
   }
-  // Two vectors: element by element, and y stays untouched when the lengths
-  // disagree.
+  // Two vectors: element by element. Lengths that disagree are no error: y
+  // comes back untouched and nothing is reported.
   std::span<double> ys = NumericElements(*y);
-  std::span<double> xs = NumericElements(*args->args[1]);
-  if (ys.size() != xs.size()) return y;
+  std::span<const double> xs = NumericElements(*x);
+  if (ys.size() != xs.size()) return args.Release(y);
   for (std::size_t i = 0; i < ys.size(); ++i) ys[i] = std::atan2(ys[i], xs[i]);
-  return y;
+  return args.Release(y);
 }
 
-symtab* Mag(sym_list* args) {
-  if (!HasArgCount(args, 1)) return nullptr;
-  symtab* v = TakeArg(args, 0);
-  if (v == nullptr || !IsNumeric(*v)) return Fail(v, kInvalidArgType);
+symtab* Mag(sym_list* list) {
+  Args args(list);
+  if (!args.HasCount(1)) return nullptr;
+  symtab* v = args.Take(0, IsNumeric, kInvalidArgType);
+  if (v == nullptr) return nullptr;
   if (IsNumber(*v)) {
     v->value = std::fabs(v->value);
-    return v;
+    return args.Release(v);
   }
   double sum = 0.0;
   for (double e : NumericElements(*v)) sum += e * e;
   ReduceToScalar(*v, std::sqrt(sum));
-  return v;
+  return args.Release(v);
 }
 
 // numpts and maxindex differ only by the offset added to the count.
 template <int Offset>
-symtab* CountOf(sym_list* args) {
-  if (!HasArgCount(args, 1)) return nullptr;
-  symtab* v = TakeArg(args, 0);
-  if (v == nullptr) return Fail(nullptr, kInvalidArgType);
+symtab* CountOf(sym_list* list) {
+  Args args(list);
+  if (!args.HasCount(1)) return nullptr;
+  symtab* v = args.Take(0);
+  if (v == nullptr) return args.Fail(kInvalidArgType);
   int count = 0;
   switch (v->type) {
     case SYM_SCALAR:
@@ -185,50 +137,69 @@ symtab* CountOf(sym_list* args) {
       count = v->num_strings;
       break;
     default:
-      return Fail(v, kInvalidArgType);
+      return args.Fail(kInvalidArgType);
   }
   ReduceToScalar(*v, static_cast<double>(count + Offset));
-  return v;
+  return args.Release(v);
 }
 
+constexpr unsigned kNone = kNoCallFlags;
+
+// clang-format off
+// name, handler, argument word, call flags, scalar kernel;
+//   usage, synopsis, example.
 constexpr BuiltinEntry kElementaryBuiltins[] = {
-    {"abs", Wrapped<Abs>, 1},
-    {"acos", Checked<Acos, WithinUnit>, 1},
-    {"asin", Checked<Asin, WithinUnit>, 1},
-    {"atan", Checked<Atan>, 1},
-    {"atan2", Atan2, 2},
-    {"cint", Checked<Cint>, 1},
-    {"cos", Wrapped<Cos>, 1},
-    {"cosh", Wrapped<Cosh>, 1},
-    {"dtor", Checked<DegToRad>, 1},
-    {"exp", Wrapped<Exp>, 1},
-    {"int", Checked<Int>, 1},
-    {"ln", kNaturalLog, 1},
-    {"log", kNaturalLog, 1},
-    {"log10", Checked<Log10, NotNonPositive, ArrayViolation::kKeepPartial>, 1},
-    {"mag", Mag, 1},
-    {"maxindex", CountOf<-1>, 1},
-    {"numpts", CountOf<0>, 1},
-    {"rtod", Checked<RadToDeg>, 1},
-    {"sin", Wrapped<Sin>, 1},
-    {"sinh", Wrapped<Sinh>, 1},
-    {"sqrt", Checked<Sqrt, NotNegative, ArrayViolation::kKeepPartial>, 1},
-    {"tan", Wrapped<Tan>, 1},
-    {"tanh", Wrapped<Tanh>, 1},
+    {"abs",      Elementwise<Abs, kWrapper>,                       1, kNone, Abs,
+     "abs(x)", "absolute value of x, element by element", "abs(-2.5)"},
+    {"acos",     Elementwise<Acos, kChecked, WithinUnit>,          1, kNone, nullptr,
+     "acos(x)", "arc cosine of x in [-1, 1], in radians, element by element", "acos(0.5)"},
+    {"asin",     Elementwise<Asin, kChecked, WithinUnit>,          1, kNone, nullptr,
+     "asin(x)", "arc sine of x in [-1, 1], in radians, element by element", "asin(0.5)"},
+    {"atan",     Elementwise<Atan, kChecked>,                      1, kNone, nullptr,
+     "atan(x)", "arc tangent of x, in radians, element by element", "atan(1)"},
+    {"atan2",    Atan2,                                            2, kNone, nullptr,
+     "atan2(y, x)", "angle of the point (x, y), in radians, element by element", "atan2(1, -1)"},
+    {"cint",     Elementwise<Cint, kChecked>,                      1, kNone, nullptr,
+     "cint(x)", "x rounded to the nearest integer, halves upward", "cint(-2.5)"},
+    {"cos",      Elementwise<Cos, kWrapper>,                       1, kNone, Cos,
+     "cos(x)", "cosine of x (radians), element by element", "cos(dtor(60))"},
+    {"cosh",     Elementwise<Cosh, kWrapper>,                      1, kNone, Cosh,
+     "cosh(x)", "hyperbolic cosine of x, element by element", "cosh(1)"},
+    {"dtor",     Elementwise<DegToRad, kChecked>,                  1, kNone, nullptr,
+     "dtor(x)", "x degrees in radians, element by element", "dtor(180)"},
+    {"exp",      Elementwise<Exp, kWrapper>,                       1, kNone, Exp,
+     "exp(x)", "e to the power x, element by element", "exp(1)"},
+    {"int",      Elementwise<Int, kChecked>,                       1, kNone, nullptr,
+     "int(x)", "largest integer not above x, element by element", "int(-2.5)"},
+    {"ln",       kNaturalLog,                                      1, kNone, nullptr,
+     "ln(x)", "natural logarithm of x > 0, element by element", "ln(exp(2))"},
+    {"log",      kNaturalLog,                                      1, kNone, nullptr,
+     "log(x)", "natural logarithm of x > 0, element by element", "log(exp(2))"},
+    {"log10",    Elementwise<Log10, kKeepPartial, NotNonPositive>, 1, kNone, nullptr,
+     "log10(x)", "decimal logarithm of x > 0, element by element", "log10(1000)"},
+    {"mag",      Mag,                                              1, kNone, nullptr,
+     "mag(v)", "Euclidean norm of v; of a scalar, its absolute value", "mag({3, 4})"},
+    {"maxindex", CountOf<-1>,                                      1, kNone, nullptr,
+     "maxindex(v)", "last index of v (its element or string count minus 1)", "maxindex({5, 6, 7})"},
+    {"numpts",   CountOf<0>,                                       1, kNone, nullptr,
+     "numpts(v)", "number of elements (or strings) in v", "numpts({5, 6, 7})"},
+    {"rtod",     Elementwise<RadToDeg, kChecked>,                  1, kNone, nullptr,
+     "rtod(x)", "x radians in degrees, element by element", "rtod(asin(1))"},
+    {"sin",      Elementwise<Sin, kWrapper>,                       1, kNone, Sin,
+     "sin(x)", "sine of x (radians), element by element", "sin(dtor(30))"},
+    {"sinh",     Elementwise<Sinh, kWrapper>,                      1, kNone, Sinh,
+     "sinh(x)", "hyperbolic sine of x, element by element", "sinh(1)"},
+    {"sqrt",     Elementwise<Sqrt, kKeepPartial, NotNegative>,     1, kNone, nullptr,
+     "sqrt(x)", "square root of x >= 0, element by element", "sqrt({4, 9})"},
+    {"tan",      Elementwise<Tan, kWrapper>,                       1, kNone, Tan,
+     "tan(x)", "tangent of x (radians), element by element", "tan(dtor(45))"},
+    {"tanh",     Elementwise<Tanh, kWrapper>,                      1, kNone, Tanh,
+     "tanh(x)", "hyperbolic tangent of x, element by element", "tanh(1)"},
 };
+// clang-format on
 
 }  // namespace
 
 std::span<const BuiltinEntry> ElementaryBuiltins() { return kElementaryBuiltins; }
-
-double (*ScalarKernel(BuiltinHandler h))(double) {
-  // Only the thin wrappers are pure: the checked functions report domain errors.
-  static const struct { BuiltinHandler h; double (*f)(double); } kPure[] = {
-      {Wrapped<Abs>, Abs}, {Wrapped<Sin>, Sin}, {Wrapped<Cos>, Cos}, {Wrapped<Tan>, Tan},
-      {Wrapped<Exp>, Exp}, {Wrapped<Sinh>, Sinh}, {Wrapped<Cosh>, Cosh}, {Wrapped<Tanh>, Tanh}};
-  for (const auto& k : kPure)
-    if (k.h == h) return k.f;
-  return nullptr;
-}
 
 }  // namespace quorvix

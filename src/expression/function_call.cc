@@ -1,5 +1,7 @@
 #include "expression/function_call.h"
 
+#include <string>
+
 #include "quorvix/math_parser.h"
 
 namespace quorvix {
@@ -19,6 +21,14 @@ symtab* Unavailable(const char* message) {
 }  // namespace
 
 symtab* CallEntry(funtab* entry, sym_list* args, int position) {
+  // The one place a built-in's flags meet the policy, so no handler checks
+  // for itself.
+  if (MathParser* parser = MathParser::current_parser) {
+    std::string why;
+    const char* name = entry->name != nullptr ? entry->name : "";
+    if (!parser->policy().AllowsCall(name, entry->call_flags, &why))
+      return Unavailable(why.c_str());
+  }
   FunctionCallers& callers = Callers();
   if (entry->is_external)
     return callers.external ? callers.external(entry, args)

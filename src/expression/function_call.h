@@ -20,7 +20,9 @@ struct FunctionCallers {
 FunctionCallers& Callers();
 
 // Calls the entry with the arguments, dispatching on its kind flags (external,
-// user, library, context, plain). Returns the handler's record or null.
+// user, library, context, plain). Returns the handler's record or null. When
+// the current parser's policy refuses the entry's call flags, reports the
+// refusal and returns null without calling anything.
 symtab* CallEntry(funtab* entry, sym_list* args, int position);
 
 }  // namespace quorvix

@@ -3,7 +3,6 @@
 #include <cmath>
 #include <cstring>
 
-#include "builtins/builtin_table.h"
 #include "expression/function_call.h"
 #include "values/value_ops.h"
 #include "parser/core/error.h"
@@ -69,11 +68,13 @@ void Refresh(const std::string& name, ParserCore_NS::FunctionCache& cache) {
 }
 
 // The plain double function behind a plain built-in that has one (sin, abs,
-// ...), so that a scalar call skips the argument list.
+// ...), so that a scalar call skips the argument list. That call also skips
+// the policy check, so an entry with call flags never takes it.
 double (*PureKernel(const funtab* e))(double) {
-  if (e == nullptr || e->is_external || e->is_user || e->is_library || e->has_context)
+  if (e == nullptr || e->is_external || e->is_user || e->is_library || e->has_context ||
+      e->call_flags != 0)
     return nullptr;
-  return quorvix::ScalarKernel(e->handler);
+  return e->scalar_kernel;
 }
 
 // Checks that a value can be stored as one element of a numeric array.

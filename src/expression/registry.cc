@@ -53,6 +53,11 @@ funtab* MathParser::FunLook(const char* name) {
 }
 
 int MathParser::AddFunc(const char* name, BuiltinHandler handler, int nargs) {
+  return AddFunc(name, handler, nargs, 0, nullptr);
+}
+
+int MathParser::AddFunc(const char* name, BuiltinHandler handler, int nargs, unsigned call_flags,
+                        double (*scalar_kernel)(double)) {
   if (name == nullptr) return 1;
   std::string key = Key(name);
   if (func_list.count(key)) return 1;
@@ -60,6 +65,8 @@ int MathParser::AddFunc(const char* name, BuiltinHandler handler, int nargs) {
   entry->name = newstrdup(name);
   entry->handler = handler;
   entry->nargs = static_cast<short>(nargs);
+  entry->call_flags = call_flags;
+  entry->scalar_kernel = scalar_kernel;
   func_list.emplace(std::move(key), entry);
   ++registry_generation_;
   return 0;

@@ -1,6 +1,7 @@
 // Linear-algebra built-ins called directly: who owns the argument afterwards,
 // and the eigenpairs the four eigen handlers give together. Values and
-// messages are in tests/cases/expressions/builtins.txt.
+// messages are in tests/cases/expressions/builtins.txt; counts and kinds are
+// checked with the elementary family's.
 #include <cmath>
 #include <complex>
 #include <limits>
@@ -56,36 +57,6 @@ class LinalgTest : public ::testing::Test {
   std::unique_ptr<sym_list> list_;
   symtab* result_ = nullptr;
 };
-
-const char* const kAllNames[] = {"inverse",    "determinant", "eigvalreal",
-                                 "eigvalimag", "eigvecreal",  "eigvecimag"};
-
-TEST_F(LinalgTest, WrongCountLeavesTheListOwningTheArguments) {
-  for (const char* name : kAllNames) {
-    MathParser::ClearError();
-    sym_list list(2);
-    list.args[0] = Matrix(1, 1, {1});
-    list.args[1] = Matrix(1, 1, {2});
-    EXPECT_EQ(Handler(name)(&list), nullptr) << name;
-    EXPECT_EQ(Error(), "Invalid number of arguments") << name;
-    EXPECT_NE(list.args[0], nullptr) << name;
-  }
-}
-
-TEST_F(LinalgTest, StringArgumentIsFreedAndNull) {
-  for (const char* name : kAllNames) {
-    auto* s = new symtab;
-    s->SetString("m");
-    EXPECT_EQ(Call(name, s), nullptr) << name;
-    EXPECT_EQ(Error(), "Invalid argument type") << name;
-    EXPECT_EQ(list_->args[0], nullptr) << name;
-  }
-}
-
-TEST_F(LinalgTest, InverseReplacesTheMatrixInPlace) {
-  symtab* arg = Matrix(2, 2, {4, 7, 2, 6});
-  EXPECT_EQ(Call("inverse", arg), arg);
-}
 
 TEST_F(LinalgTest, SingularOrNonFiniteMatrixIsFreedAndNull) {
   const double nan = std::numeric_limits<double>::quiet_NaN();

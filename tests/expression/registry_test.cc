@@ -51,7 +51,7 @@ class RegistryTest : public testing::Test {
   }
   void TearDown() override {
     for (const char* name : {"qvreg_new", "qvreg_wide", "qvreg_user", "Zqvreg", "aqvreg",
-                             "qvreg_ext", "qvreg_lib", "qvreg_ctx", "dot"}) {
+                             "qvreg_ext", "qvreg_lib", "qvreg_ctx", "qvreg_proc", "dot"}) {
       MathParser::RemoveFunc(name);
       MathParser::RemoveUserFn(name);
     }
@@ -171,6 +171,18 @@ TEST_F(RegistryTest, RemovalRespectsTheKindOfEntry) {
   ASSERT_EQ(MathParser::FunLook("sqrt"), nullptr);
   ASSERT_EQ(MathParser::AddFunc("sqrt", handler, nargs), 0);
   EXPECT_EQ(Eval("sqrt(9)"), "3");
+}
+
+// The refusal comes before the handler (which would report a wrong count
+// first) and before the scalar shortcut.
+TEST_F(RegistryTest, RestrictedModeRefusesABuiltinThatStartsProcesses) {
+  ASSERT_EQ(MathParser::AddFunc("qvreg_proc", Doubled, 1, quorvix::kStartsProcesses,
+                                [](double x) { return 2 * x; }),
+            0);
+  EXPECT_EQ(Eval("qvreg_proc(4)"), "8");
+  parser_->policy().restricted = true;
+  for (const char* call : {"qvreg_proc(4)", "qvreg_proc(1, 2)"})
+    EXPECT_EQ(Eval(call), "error: qvreg_proc is not allowed in restricted mode") << call;
 }
 
 void* g_context_seen = nullptr;
