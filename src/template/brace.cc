@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cctype>
 #include <cstring>
+#include <functional>
 #include <string>
 
 #include "quorvix/filler.h"
@@ -477,8 +478,16 @@ void FillerBase::error() {
     error_stream_->puts(source_name_.c_str());
     error_stream_->endl();
   }
-  const char* start = buffer_start_ ? buffer_start_ : read_pos_;
-  const char* pos = read_pos_ ? read_pos_ : start;
+  // Only the current buffer is shown: a read position elsewhere (the empty
+  // text of an ended source) shows an empty line.
+  const char* start = buffer_start_ ? buffer_start_ : kEmptyText;
+  const char* end_of_buffer = start + std::strlen(start);
+  const char* pos = read_pos_;
+  const std::less_equal<const char*> not_after;
+  if (pos == nullptr || !not_after(start, pos) || !not_after(pos, end_of_buffer)) {
+    start = kEmptyText;
+    pos = kEmptyText;
+  }
   const char* line = pos;
   while (line > start && line[-1] != '\n') --line;
   const char* end = pos;

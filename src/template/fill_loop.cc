@@ -255,9 +255,15 @@ int FillerBase::Pop(int at_loop_end, MathParser* parser) {
   RestoreFlags(*f);
   if (f->is_loop) {
     if (!at_loop_end) {
+      // The text ended inside the loop: the loop ends here without another
+      // pass, and so does the text that held it.
       error_stream_->puts("improperly terminated loop");
       error_stream_->endl();
-      Pop(1, parser);
+      buffer_owned_ = f->saved_buffer_owned;
+      buffer_start_ = f->saved_buffer_start;
+      source_top_ = f->next;
+      --source_depth_;
+      delete f;
       if (source_top_ != nullptr) RestoreFlags(*source_top_);
       return PopPlain();
     }

@@ -1,0 +1,74 @@
+// Templates written to break the engine. Each row is a fault once found,
+// with the output and error text that the language's rules give.
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <string>
+#include <string_view>
+
+#include "quorvix/filler.h"
+#include "quorvix/math_parser.h"
+#include "template/temp_dir.h"
+
+namespace {
+
+using namespace std::string_view_literals;
+
+struct HostileTemplate {
+  const char* name;
+  // Filled as it stands (a literal: the fill must not write into it); null
+  // fills `file` with FillFile instead.
+  const char* text;
+  const char* output;
+  const char* errors;  // "{dir}" stands for the temporary directory
+  long long work = 0;  // the loop-pass limit of the fill; 0: the default
+  // Written into the temporary directory first, or made a FIFO when
+  // `file_text` is empty.
+  const char* file = nullptr;
+  std::string_view file_text = {};
+};
+
+const HostileTemplate kCases[] = {
+    {.name = "exit_in_a_loop_at_the_pass_limit",
+     .text = "{for(i=0;i<11;i=i+1)}{endloop}{while(1)}{exit}{endloop}",
+     .output = "",
+     .errors = "improperly terminated loop\r\n",
+     .work = 10},
+};
+
+std::string Expand(std::string text, const std::string& dir) {
+  for (std::size_t at = 0; (at = text.find("{dir}", at)) != std::string::npos; at += dir.size())
+    text.replace(at, 5, dir);
+  return text;
+}
+
+class HostileTemplateTest : public TempDirTest {};
+
+TEST_F(HostileTemplateTest, RowsGiveWhatTheRulesSay) {
+  char saved[4096];
+  ASSERT_NE(::getcwd(saved, sizeof saved), nullptr);
+  ASSERT_EQ(::chdir(dir_.c_str()), 0);  // included names are relative
+  for (const HostileTemplate& c : kCases) {
+    SCOPED_TRACE(c.name);
+    std::string path;
+    if (c.file != nullptr) {
+      path = (dir_ / c.file).string();
+      if (c.file_text.empty())
+        ASSERT_EQ(::mkfifo(path.c_str(), 0600), 0);
+      else
+        Write(c.file, std::string(c.file_text));
+    }
+    Filler filler;
+    if (c.work != 0) filler.GetMathParser()->policy().limits.work = c.work;
+    char* errors = nullptr;
+    char* out = c.text != nullptr ? filler.Fill(c.text, &errors) : filler.FillFile(path.c_str(), &errors);
+    EXPECT_EQ(std::string(out ? out : "<null>"), c.output);
+    EXPECT_EQ(std::string(errors ? errors : ""), Expand(c.errors, dir_.string()));
+    delete[] out;
+    delete[] errors;
+  }
+  ASSERT_EQ(::chdir(saved), 0);
+}
+
+}  // namespace
