@@ -166,8 +166,11 @@ int FillerBase::ReadFormat(std::string& format, char& letter, int& style, bool s
     if (*p == '.') ++p;
     run();
     if (too_wide) return width_error();
-    if (*p == 'l') ++p;
-    if (!std::isalpha(static_cast<unsigned char>(*p))) {
+    const bool has_length = *p == 'l';
+    if (has_length) ++p;
+    // With a length modifier printf would read a string as a wide one.
+    const bool wide = has_length && (*p == 's' || *p == 'S' || *p == 'c' || *p == 'C');
+    if (!std::isalpha(static_cast<unsigned char>(*p)) || wide) {
       read_pos_ = const_cast<char*>(p);
       error();
       error_stream_->puts("illegal format specifier '");

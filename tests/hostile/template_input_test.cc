@@ -35,6 +35,14 @@ const HostileTemplate kCases[] = {
      .output = "",
      .errors = "improperly terminated loop\r\n",
      .work = 10},
+    {.name = "length_modifier_before_s",
+     .text = "{\"a\", %ls}",
+     .output = "{error}",
+     .errors = "{\"a\", %ls}\r\n        ^\r\nillegal format specifier 's'\r\n"},
+    {.name = "length_modifier_in_the_format_statement",
+     .text = "{format %ls}",
+     .output = "{error}",
+     .errors = "{format %ls}\r\n          ^\r\nillegal format specifier 's'\r\n"},
 };
 
 std::string Expand(std::string text, const std::string& dir) {
