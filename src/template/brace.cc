@@ -174,7 +174,7 @@ int FillerBase::ReadFormat(std::string& format, char& letter, int& style, bool s
       read_pos_ = const_cast<char*>(p);
       error();
       error_stream_->puts("illegal format specifier '");
-      error_stream_->put(*p);
+      if (*p != '\0') error_stream_->put(*p);
       error_stream_->puts("'");
       error_stream_->endl();
       recover();

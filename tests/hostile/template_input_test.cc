@@ -43,6 +43,10 @@ const HostileTemplate kCases[] = {
      .text = "{format %ls}",
      .output = "{error}",
      .errors = "{format %ls}\r\n          ^\r\nillegal format specifier 's'\r\n"},
+    {.name = "format_cut_off_at_the_end",
+     .text = "{format %",
+     .output = "{error}",
+     .errors = "{format %\r\n         ^\r\nillegal format specifier ''\r\n"},
 };
 
 std::string Expand(std::string text, const std::string& dir) {
