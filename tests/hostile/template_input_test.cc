@@ -47,6 +47,12 @@ const HostileTemplate kCases[] = {
      .text = "{format %",
      .output = "{error}",
      .errors = "{format %\r\n         ^\r\nillegal format specifier ''\r\n"},
+    // "exit" ends the loop body's text; the loop ends with it, and so does
+    // the text that held the loop: nothing of it is read again.
+    {.name = "exit_in_a_loop_body",
+     .text = "AB{while(1)}C{exit}{endloop}D",
+     .output = "ABC",
+     .errors = "improperly terminated loop\r\n"},
 };
 
 std::string Expand(std::string text, const std::string& dir) {
