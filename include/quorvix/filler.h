@@ -185,6 +185,9 @@ class FillerBase {
   int max_compatibility_ = 0;
   char* read_pos_ = nullptr;
   char* buffer_start_ = nullptr;
+  // The buffer of the file being read ('}' and its text), null for text
+  // handed in by the caller.
+  char* file_start_ = nullptr;
   char* pending_assignment_ = nullptr;
   int error_flag_ = 0;
   int line_has_statement_ = 0;

@@ -14,6 +14,7 @@ struct SourceFrame {
   char* saved_read_pos = nullptr;  // for a loop: the body start
   SourceFrame* next = nullptr;
   char* saved_buffer_start = nullptr;
+  char* saved_file_start = nullptr;
   char* loop_condition = nullptr;  // points into the body's text
   char* loop_step = nullptr;
   symtab* loop_array = nullptr;  // owned

@@ -141,6 +141,7 @@ bool FillerBase::PushFrame(quorvix::SourceFrame*& out) {
   auto* f = new quorvix::SourceFrame;
   f->saved_read_pos = read_pos_;
   f->saved_buffer_start = buffer_start_;
+  f->saved_file_start = file_start_;
   f->saved_condition_depth = condition_depth_;
   f->saved_condition_entry = condition_stack_[condition_depth_];
   f->saved_false_depth = false_depth_;
@@ -176,9 +177,11 @@ bool FillerBase::SetBuffer(char* text, int owned) {
 bool FillerBase::Push(const char* filename) {
   quorvix::SourceFrame* f = nullptr;
   if (!PushFrame(f)) return false;
-  if (!source_name_.empty() && source_name_ == filename && buffer_start_ != nullptr) {
-    // The file being read includes itself: read its buffer again from the top.
-    read_pos_ = buffer_start_ + 1;
+  if (!source_name_.empty() && source_name_ == filename && file_start_ != nullptr) {
+    // The file being read includes itself (perhaps from a macro expansion
+    // or a loop body): read the file's buffer again from the top.
+    buffer_start_ = file_start_;
+    read_pos_ = file_start_ + 1;
     buffer_owned_ = 0;
   } else {
     std::string text;
@@ -201,6 +204,7 @@ bool FillerBase::Push(const char* filename) {
     std::memcpy(buffer + 1, text.data(), text.size());
     buffer[1 + text.size()] = '\0';
     buffer_start_ = buffer;
+    file_start_ = buffer;
     buffer_owned_ = 1;
     read_pos_ = buffer + 1;
   }
@@ -232,6 +236,7 @@ int FillerBase::PopPlain() {
   if (buffer_owned_) delete[] buffer_start_;
   read_pos_ = f->saved_read_pos ? f->saved_read_pos : kEmptyText;
   buffer_start_ = f->saved_buffer_start;
+  file_start_ = f->saved_file_start;
   buffer_owned_ = f->saved_buffer_owned;
   source_name_ = f->saved_source_name;
   source_top_ = f->next;

@@ -103,6 +103,7 @@ void FillerBase::DeleteSources() {
   if (buffer_owned_) delete[] buffer_start_;
   buffer_owned_ = 0;
   buffer_start_ = nullptr;
+  file_start_ = nullptr;
   read_pos_ = nullptr;
   source_depth_ = 0;
 }
@@ -214,6 +215,7 @@ char* FillerBase::RunFill(char* buffer, char* start, const std::string& name, ch
   // The caller's text is read in place and never freed by the engine.
   read_pos_ = start;
   buffer_start_ = buffer;
+  file_start_ = name.empty() ? nullptr : buffer;
   buffer_owned_ = 0;
   source_name_ = name;
   // A fill that stopped inside a brace group leaves these set.

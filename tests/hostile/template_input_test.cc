@@ -53,6 +53,12 @@ const HostileTemplate kCases[] = {
      .text = "AB{while(1)}C{exit}{endloop}D",
      .output = "ABC",
      .errors = "improperly terminated loop\r\n"},
+    {.name = "self_include_from_a_macro_restarts_the_file",
+     .text = "{define m()}{include \"m.txt\"}{enddefine}{n = 0}{m()}",
+     .output = "<1><2><3>",
+     .errors = "",
+     .file = "m.txt",
+     .file_text = "{n = n + 1}<{n}>{if n < 3}{m()}{endif}"},
 };
 
 std::string Expand(std::string text, const std::string& dir) {
