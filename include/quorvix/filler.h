@@ -71,7 +71,8 @@ class FillerBase {
   char* p_Fill(char** errors);
   // Fills from `start` (inside `buffer`, which stays the caller's); `name`
   // is the file the text is reported as, empty for a caller's text.
-  char* RunFill(char* buffer, char* start, const std::string& name, char** errors);
+  char* RunFill(char* buffer, char* start, const std::string& name, char** errors,
+                char* nul_at = nullptr);
   char* RunFill(const char* text, char** errors);
 
   // Fill loop and sources ----------------------------------------------------
@@ -79,6 +80,8 @@ class FillerBase {
   // Both return false when the source stack is full (the error is reported).
   bool SetBuffer(char* text, int owned);
   bool Push(const char* filename);
+  // Reports a NUL byte at `at` in the current file; true (the fill stops).
+  bool ReportNul(char* at);
   int Pop(int at_loop_end, MathParser* parser);
   ostream_fast* p_PopStream();
   int IsFalse() const {
@@ -216,6 +219,8 @@ class FillerBase {
   // text: the brace group being read is over.
   bool leave_group_ = false;
   bool in_format_statement_ = false;
+  // Set when the file to fill holds a NUL byte there: reported instead.
+  char* nul_at_ = nullptr;
   long long loop_passes_ = 0;
   std::unique_ptr<quorvix::ExpressionCache> expression_cache_;
 };

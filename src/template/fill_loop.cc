@@ -207,9 +207,23 @@ bool FillerBase::Push(const char* filename) {
     file_start_ = buffer;
     buffer_owned_ = 1;
     read_pos_ = buffer + 1;
+    source_name_ = filename;
+    LinkFrame(f);
+    const std::size_t nul = text.find('\0');
+    if (nul != std::string::npos) return !ReportNul(buffer + 1 + nul);
+    return true;
   }
   source_name_ = filename;
   LinkFrame(f);
+  return true;
+}
+
+bool FillerBase::ReportNul(char* at) {
+  // The text would end there without a word; a template never holds one.
+  read_pos_ = at;
+  error();
+  error_stream_->puts("NUL byte in template");
+  error_stream_->endl();
   return true;
 }
 

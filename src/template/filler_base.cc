@@ -174,6 +174,8 @@ char* FillerBase::p_Fill(char** errors) {
       error_stream_->puts(quorvix::FillDepthMessage(limit).c_str());
       error_stream_->endl();
       error_flag_ = 1;
+    } else if (nul_at_ != nullptr) {
+      ReportNul(nul_at_);
     } else {
       fill_buffer();
     }
@@ -207,7 +209,8 @@ char* FillerBase::RunFill(const char* text, char** errors) {
   return RunFill(buffer, buffer, std::string(), errors);
 }
 
-char* FillerBase::RunFill(char* buffer, char* start, const std::string& name, char** errors) {
+char* FillerBase::RunFill(char* buffer, char* start, const std::string& name, char** errors,
+                          char* nul_at) {
   if (errors != nullptr) *errors = nullptr;
   ostrstream_fast out;
   current_output_ = &out;
@@ -221,6 +224,7 @@ char* FillerBase::RunFill(char* buffer, char* start, const std::string& name, ch
   // A fill that stopped inside a brace group leaves these set.
   resume_brace_ = 0;
   leave_group_ = false;
+  nul_at_ = nul_at;
   p_Fill(errors);
   char* result = out.str();
   current_output_ = nullptr;
@@ -237,7 +241,9 @@ char* Filler::FillFile(const char* path, char** errors) {
   std::string text;
   if (path == nullptr || !parser_->policy().ReadFile(path, text, nullptr)) return nullptr;
   text.insert(0, 1, '}');  // as for included files: a template may include itself
-  return RunFill(text.data(), text.data() + 1, path, errors);
+  const std::size_t nul = text.find('\0');
+  return RunFill(text.data(), text.data() + 1, path, errors,
+                 nul == std::string::npos ? nullptr : text.data() + nul);
 }
 
 char* Filler::FillLabel(const char* text) {

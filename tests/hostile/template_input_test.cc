@@ -59,6 +59,18 @@ const HostileTemplate kCases[] = {
      .errors = "",
      .file = "m.txt",
      .file_text = "{n = n + 1}<{n}>{if n < 3}{m()}{endif}"},
+    {.name = "nul_byte_in_an_included_file",
+     .text = "A{include \"nul.txt\"}B",
+     .output = "A{error}",
+     .errors = "in file:  {dir}/nul.txt\r\n1{2}\r\n    ^\r\nNUL byte in template\r\n",
+     .file = "nul.txt",
+     .file_text = "x\n1{2}\0rest"sv},
+    {.name = "nul_byte_in_the_file_filled",
+     .text = nullptr,
+     .output = "{error}",
+     .errors = "in file:  {dir}/nul_fill.txt\r\n}ok\r\n   ^\r\nNUL byte in template\r\n",
+     .file = "nul_fill.txt",
+     .file_text = "ok\0{1}"sv},
 };
 
 std::string Expand(std::string text, const std::string& dir) {
