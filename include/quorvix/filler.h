@@ -191,7 +191,6 @@ class FillerBase {
   // The buffer of the file being read ('}' and its text), null for text
   // handed in by the caller.
   char* file_start_ = nullptr;
-  char* pending_assignment_ = nullptr;
   int error_flag_ = 0;
   int line_has_statement_ = 0;
   int resume_brace_ = 0;

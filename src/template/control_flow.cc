@@ -190,7 +190,7 @@ int FillerBase::st_foreach() {
   symtab* array = nullptr;
   if (ReadExpression(&read_pos_, array)) return 1;
   int count = 0;
-  std::string assignment;
+  symtab first;  // the value of the first pass
   if (array != nullptr) {
     if (array->type == SYM_ARRAY) {
       count = array->rows * array->cols;
@@ -199,11 +199,11 @@ int FillerBase::st_foreach() {
         // later passes take the elements exactly.
         ostrstream_fast number;
         number.write_double(array->data[0]);
-        assignment = name + " = " + number.text();
+        first.SetScalar(std::strtod(number.text().c_str(), nullptr));
       }
     } else if (array->type == SYM_STRINGS) {
       count = array->num_strings;
-      if (count > 0) assignment = name + " = \"" + array->str_list[0] + "\"";
+      if (count > 0) first.SetString(array->str_list[0]);
     } else {
       Free(array);
       return SyntaxError("array expected in FOREACH statement");
@@ -223,12 +223,9 @@ int FillerBase::st_foreach() {
   frame.loop_count = on ? count : 0;
   frame.loop_index = 0;
   frame.loop_variable = name;
-  if (on && !assignment.empty()) {
-    pending_assignment_ = new char[assignment.size() + 1];
-    std::memcpy(pending_assignment_, assignment.c_str(), assignment.size() + 1);
-    Free(parser_->Evaluate(pending_assignment_));
-    delete[] pending_assignment_;
-    pending_assignment_ = nullptr;
+  if (on && count > 0) {
+    first.SetName(name.c_str());
+    parser_->AddVariable(&first);
   }
   return 0;
 }

@@ -85,7 +85,6 @@ FillerBase::~FillerBase() {
   DeleteSources();
   DeleteOutputStack();
   if (return_code_ != nullptr) return_code_->Delete();
-  delete[] pending_assignment_;
   if (owns_parser_) delete parser_;
 }
 

@@ -71,6 +71,15 @@ const HostileTemplate kCases[] = {
      .errors = "in file:  {dir}/nul_fill.txt\r\n}ok\r\n   ^\r\nNUL byte in template\r\n",
      .file = "nul_fill.txt",
      .file_text = "ok\0{1}"sv},
+    // Elements are data: the first one is assigned as the others are.
+    {.name = "foreach_element_with_quotes_is_not_run",
+     .text = "{y = 0}{foreach (s = {\"a\\\" + y=5 + \\\"\", \"b\"})}[{s}]{endloop}{y}",
+     .output = "[a\" + y=5 + \"][b]0",
+     .errors = ""},
+    {.name = "foreach_element_ending_in_a_backslash",
+     .text = "{foreach (s = {\"x\\\\\", \"y\"})}[{s}]{endloop}",
+     .output = "[x\\][y]",
+     .errors = ""},
 };
 
 std::string Expand(std::string text, const std::string& dir) {
