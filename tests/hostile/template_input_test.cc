@@ -80,6 +80,13 @@ const HostileTemplate kCases[] = {
      .text = "{foreach (s = {\"x\\\\\", \"y\"})}[{s}]{endloop}",
      .output = "[x\\][y]",
      .errors = ""},
+    // Reading would block; the file is refused like a missing one.
+    {.name = "include_of_a_fifo",
+     .text = "{include \"fifo\"}",
+     .output = "{error}",
+     .errors = "{include \"fifo\"}\r\n               ^\r\n"
+               "The file \"fifo\" is not in the include path\r\n",
+     .file = "fifo"},
 };
 
 std::string Expand(std::string text, const std::string& dir) {
