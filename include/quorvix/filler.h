@@ -145,7 +145,7 @@ class FillerBase {
 
   // Helpers shared by the statements.
   // A keyword-only switch: sets `field` to `value` when execution is on.
-  int Switch(const char* keyword, int& field, int value);
+  int Switch(int& field, int value);
   void SkipBlanks();
   bool Expect(char c);
   int SyntaxError(const char* message);
@@ -187,6 +187,8 @@ class FillerBase {
   int safe_quotes_ = 0;
   int max_compatibility_ = 0;
   char* read_pos_ = nullptr;
+  // Where the statement being run starts (its keyword).
+  char* statement_start_ = nullptr;
   char* buffer_start_ = nullptr;
   // The buffer of the file being read ('}' and its text), null for text
   // handed in by the caller.

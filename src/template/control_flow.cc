@@ -7,6 +7,7 @@
 #include "quorvix/filler.h"
 #include "quorvix/user_function.h"
 #include "template/engine_types.h"
+#include "template/statement_table.h"
 #include "template/text_scan.h"
 #include "util/output_stream.h"
 
@@ -29,6 +30,29 @@ void Free(symtab* v) {
 }
 
 }  // namespace
+
+namespace quorvix {
+
+std::span<const StatementTable::Row> StatementTable::ControlFlow() {
+  static const Row kRows[] = {
+      {"if", &FillerBase::st_if},
+      {"elseif", &FillerBase::st_elseif},
+      {"else", &FillerBase::st_else},
+      {"endif", &FillerBase::st_endif},
+      {"while", &FillerBase::st_while},
+      {"for", &FillerBase::st_for},
+      {"foreach", &FillerBase::st_foreach},
+      {"endloop", &FillerBase::st_endloop},
+      {"break", &FillerBase::st_break},
+      {"continue", &FillerBase::st_continue},
+      {"exit", &FillerBase::st_exit},
+      {"return", &FillerBase::st_return},
+      {"function", &FillerBase::st_function},
+  };
+  return kRows;
+}
+
+}  // namespace quorvix
 
 int FillerBase::ConditionHolds(const symtab* v) const {
   // NaN compares unequal to 0 and therefore holds.
@@ -57,7 +81,6 @@ bool FillerBase::OpenConditionLevel() {
 }
 
 int FillerBase::st_if() {
-  read_pos_ += 2;
   const bool on = IsFalse() == 0;
   symtab* v = nullptr;
   if (ReadCondition(v)) return 1;
@@ -73,7 +96,6 @@ int FillerBase::st_if() {
 }
 
 int FillerBase::st_elseif() {
-  read_pos_ += 6;
   if (condition_depth_ == 0) return SyntaxError("unbalanced elseif");
   int& taken = condition_stack_[condition_depth_];
   if (IsFalse() == 0) {
@@ -103,7 +125,6 @@ int FillerBase::st_elseif() {
 }
 
 int FillerBase::st_else() {
-  read_pos_ += 4;
   int& taken = condition_stack_[condition_depth_];
   if (IsFalse() == 0) {
     if (!max_compatibility_) taken = 1;
@@ -117,7 +138,6 @@ int FillerBase::st_else() {
 }
 
 int FillerBase::st_endif() {
-  read_pos_ += 5;
   if (condition_depth_ == 0) return SyntaxError("unbalanced endif");
   if (IsFalse() != 0) --false_depth_;
   --condition_depth_;
@@ -134,7 +154,6 @@ bool FillerBase::OpenLoop(int false_increment) {
 }
 
 int FillerBase::st_while() {
-  read_pos_ += 5;
   MathParser::ClearError();
   if (!Expect('(')) return SyntaxError("'(' expected in WHILE statement");
   char* condition_start = read_pos_;
@@ -152,7 +171,6 @@ int FillerBase::st_while() {
 }
 
 int FillerBase::st_for() {
-  read_pos_ += 3;
   MathParser::ClearError();
   if (!Expect('(')) return SyntaxError("'(' expected in FOR statement");
   symtab* v = nullptr;
@@ -177,7 +195,6 @@ int FillerBase::st_for() {
 }
 
 int FillerBase::st_foreach() {
-  read_pos_ += 7;
   const bool on = IsFalse() == 0;
   if (!Expect('(')) return SyntaxError("'(' expected in FOREACH statement");
   SkipBlanks();
@@ -231,7 +248,6 @@ int FillerBase::st_foreach() {
 }
 
 int FillerBase::st_endloop() {
-  read_pos_ += 7;
   if (Pop(1, parser_) == 0) return 0;
   // An "endloop" outside its loop's own text abandoned that text; if reading
   // went back to plain text, the brace group being read is over.
@@ -240,25 +256,21 @@ int FillerBase::st_endloop() {
 }
 
 int FillerBase::st_break() {
-  read_pos_ += 5;
   if (IsFalse() == 0) break_pending_ = true;
   return 0;
 }
 
 int FillerBase::st_continue() {
-  read_pos_ += 8;
   if (IsFalse() == 0) continue_pending_ = true;
   return 0;
 }
 
 int FillerBase::st_exit() {
-  read_pos_ += 4;
   if (IsFalse() == 0) read_pos_ = kEmptyText;
   return error_flag_;
 }
 
 int FillerBase::st_return() {
-  read_pos_ += 6;
   while (*read_pos_ == ' ' || *read_pos_ == '\t') ++read_pos_;
   if (*read_pos_ == ';' || *read_pos_ == '}' || *read_pos_ == '\0') {
     Free(return_code_);
@@ -280,9 +292,11 @@ int FillerBase::st_return() {
 }
 
 int FillerBase::st_function() {
-  if (!InlineFunctionsAllowed()) return fill_brace_expr();
-  char* definition = read_pos_;
-  read_pos_ += 8;
+  char* definition = statement_start_;
+  if (!InlineFunctionsAllowed()) {
+    read_pos_ = definition;  // not a statement then: the text is an expression
+    return fill_brace_expr();
+  }
   SkipBlanks();
   if (!std::isalpha(static_cast<unsigned char>(*read_pos_)))
     return SyntaxError("bad function name in FUNCTION statement");

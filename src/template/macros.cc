@@ -1,4 +1,4 @@
-// Macros ("define", calls, "undef", the host operations), conditional
+// Macros and inclusion: "define", calls, "undef", the host operations, the
 // definition tests, and inclusion of files ("include", "readfill", "path").
 #include <unistd.h>
 
@@ -10,6 +10,7 @@
 #include "quorvix/filler.h"
 #include "template/engine_types.h"
 #include "template/macro_text.h"
+#include "template/statement_table.h"
 #include "util/output_stream.h"
 
 namespace {
@@ -56,6 +57,23 @@ std::string FindInclude(const quorvix::Policy& policy, const std::string& name) 
 
 }  // namespace
 
+namespace quorvix {
+
+std::span<const StatementTable::Row> StatementTable::MacrosAndInclusion() {
+  static const Row kRows[] = {
+      {"define", &FillerBase::st_define},
+      {"undef", &FillerBase::st_undef},
+      {"ifdef", &FillerBase::st_ifdef},
+      {"ifndef", &FillerBase::st_ifdef},
+      {"include", &FillerBase::st_include},
+      {"readfill", &FillerBase::st_readfill},
+      {"path", &FillerBase::st_path},
+  };
+  return kRows;
+}
+
+}  // namespace quorvix
+
 // Parses "(params)" of a definition at *pos (just after the '('). Writes its
 // messages plainly; returns false on a syntax failure.
 static bool ParseParameters(char** pos, quorvix::Macro& macro, std::string& message) {
@@ -88,7 +106,6 @@ static bool ParseParameters(char** pos, quorvix::Macro& macro, std::string& mess
 }
 
 int FillerBase::st_define() {
-  read_pos_ += 6;
   SkipBlanks();
   if (!IsAlpha(*read_pos_)) return SyntaxError("illegal macro name");
   const char* name_start = read_pos_;
@@ -164,7 +181,6 @@ char* FillerBase::ExpandMacro(quorvix::Macro& macro, char** pos, int* status) {
 }
 
 int FillerBase::st_undef() {
-  read_pos_ += 5;
   SkipBlanks();
   if (!IsAlpha(*read_pos_)) return SyntaxError("illegal macro name");
   const char* start = read_pos_;
@@ -175,7 +191,6 @@ int FillerBase::st_undef() {
 }
 
 int FillerBase::st_ifdef() {
-  read_pos_ += read_pos_[2] == 'n' ? 6 : 5;
   const bool on = IsFalse() == 0;
   bool syntax_failed = false;
   symtab* v = evaluate(&syntax_failed);
@@ -243,17 +258,14 @@ int FillerBase::IncludeFile(bool as_statements, const char* keyword_message) {
 }
 
 int FillerBase::st_include() {
-  read_pos_ += 7;
   return IncludeFile(false, "string value required in INCLUDE statement");
 }
 
 int FillerBase::st_readfill() {
-  read_pos_ += 8;
   return IncludeFile(true, "string value required in READFILL statement");
 }
 
 int FillerBase::st_path() {
-  read_pos_ += 4;
   const bool on = IsFalse() == 0;
   bool syntax_failed = false;
   symtab* v = evaluate(&syntax_failed);
@@ -315,34 +327,3 @@ void FillerBase::RemoveMacro(char* name) {
 }
 
 void FillerBase::ResetMacros() { macros_.clear(); }
-
-// Switches --------------------------------------------------------------------
-
-int FillerBase::Switch(const char* keyword, int& field, int value) {
-  read_pos_ += std::strlen(keyword);
-  if (IsFalse() == 0) field = value;
-  return 0;
-}
-
-int FillerBase::st_safe_quotes_on() { return Switch("safe_quotes_on", safe_quotes_, 1); }
-int FillerBase::st_safe_quotes_off() { return Switch("safe_quotes_off", safe_quotes_, 0); }
-int FillerBase::st_max_compatibility_on() {
-  return Switch("max_compatibility_on", max_compatibility_, 1);
-}
-int FillerBase::st_max_compatibility_off() {
-  return Switch("max_compatibility_off", max_compatibility_, 0);
-}
-
-int FillerBase::st_escape_characters_on() {
-  int on = 1;
-  Switch("escape_characters_on", on, 1);
-  if (IsFalse() == 0) parser_->AllowEscapeCharactersInStrings(true);
-  return 0;
-}
-
-int FillerBase::st_escape_characters_off() {
-  int on = 0;
-  Switch("escape_characters_off", on, 0);
-  if (IsFalse() == 0) parser_->AllowEscapeCharactersInStrings(false);
-  return 0;
-}

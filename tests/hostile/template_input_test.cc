@@ -114,7 +114,8 @@ TEST_F(HostileTemplateTest, RowsGiveWhatTheRulesSay) {
     Filler filler;
     if (c.work != 0) filler.GetMathParser()->policy().limits.work = c.work;
     char* errors = nullptr;
-    char* out = c.text != nullptr ? filler.Fill(c.text, &errors) : filler.FillFile(path.c_str(), &errors);
+    char* out =
+        c.text != nullptr ? filler.Fill(c.text, &errors) : filler.FillFile(path.c_str(), &errors);
     EXPECT_EQ(std::string(out ? out : "<null>"), c.output);
     EXPECT_EQ(std::string(errors ? errors : ""), Expand(c.errors, dir_.string()));
     delete[] out;
