@@ -7,12 +7,15 @@
 #include <string>
 
 #include "quorvix/filler.h"
+#include "template/engine.h"
 #include "template/engine_types.h"
 #include "template/expression_cache.h"
 #include "template/statement_table.h"
 #include "template/text_scan.h"
 #include "template/value_format.h"
 #include "util/output_stream.h"
+
+namespace quorvix {
 
 namespace {
 
@@ -29,18 +32,18 @@ static inline bool IsBlank(char c) {
   return c == ' ' || c == '\t' || c == '\n' || c == '\r' || c == '\v' || c == '\f';
 }
 
-void FillerBase::SkipBlanks() {
+void Engine::SkipBlanks() {
   while (IsBlank(*read_pos_)) ++read_pos_;
 }
 
-bool FillerBase::Expect(char c) {
+bool Engine::Expect(char c) {
   SkipBlanks();
   if (*read_pos_ != c) return false;
   ++read_pos_;
   return true;
 }
 
-int FillerBase::SyntaxError(const char* message) {
+int Engine::SyntaxError(const char* message) {
   error();
   error_stream_->puts(message);
   error_stream_->endl();
@@ -48,7 +51,7 @@ int FillerBase::SyntaxError(const char* message) {
   return 1;
 }
 
-int FillerBase::fill_brace() {
+int Engine::fill_brace() {
   if (!line_has_output_) line_has_statement_ = 1;
   SkipBlanks();
   while (*read_pos_ != '\0' && *read_pos_ != '}') {
@@ -65,10 +68,10 @@ int FillerBase::fill_brace() {
         ++read_pos_;
       }
     } else {
-      quorvix::StatementTable::Handler handler = &FillerBase::fill_brace_expr;
+      StatementTable::Handler handler = &Engine::fill_brace_expr;
       statement_start_ = read_pos_;
-      for (const auto& entry : quorvix::StatementTable::ForLetter(lower)) {
-        if (quorvix::MatchKeyword(read_pos_, entry.row.keyword)) {
+      for (const auto& entry : StatementTable::ForLetter(lower)) {
+        if (MatchKeyword(read_pos_, entry.row.keyword)) {
           handler = entry.row.handler;
           read_pos_ += entry.length;  // the handler starts behind its keyword
           break;
@@ -94,7 +97,7 @@ int FillerBase::fill_brace() {
   return 0;
 }
 
-int FillerBase::fill_brace_expr() {
+int Engine::fill_brace_expr() {
   if (!macros_.empty()) {
     const char* p = read_pos_;
     while (IsWordChar(*p)) ++p;
@@ -129,10 +132,10 @@ int FillerBase::fill_brace_expr() {
 }
 
 
-symtab* FillerBase::EvaluateText(char** pos) {
+symtab* Engine::EvaluateText(char** pos) {
   char* start = *pos;
   const bool escapes = parser_->AllowEscapeCharactersInStrings();
-  if (!expression_cache_) expression_cache_ = std::make_unique<quorvix::ExpressionCache>();
+  if (!expression_cache_) expression_cache_ = std::make_unique<ExpressionCache>();
   if (auto* e = expression_cache_->Find(start, escapes)) {
     const std::size_t length = e->source.size() - 1;
     *pos = start + length;
@@ -147,7 +150,7 @@ symtab* FillerBase::EvaluateText(char** pos) {
   return value;
 }
 
-int FillerBase::ReadExpression(char** pos, symtab*& value) {
+int Engine::ReadExpression(char** pos, symtab*& value) {
   value = nullptr;
   if (IsFalse() != 0) {
     BalanceText(pos);
@@ -159,7 +162,7 @@ int FillerBase::ReadExpression(char** pos, symtab*& value) {
   return 1;
 }
 
-bool FillerBase::expr_to_string(std::string& text) {
+bool Engine::expr_to_string(std::string& text) {
   symtab* value = nullptr;
   if (IsFalse() != 0) {
     BalanceText(&read_pos_);
@@ -196,14 +199,14 @@ bool FillerBase::expr_to_string(std::string& text) {
     value->Delete();
     return false;
   }
-  quorvix::ValueFormat vf;
+  ValueFormat vf;
   vf.letter = letter;
-  vf.style = static_cast<quorvix::FormatStyle>(style);
+  vf.style = static_cast<FormatStyle>(style);
   if (is_string)
     vf.string_format = format;
   else
     vf.number_format = format;
-  bool ok = quorvix::FormatValue(*value, vf, text);
+  bool ok = FormatValue(*value, vf, text);
   value->Delete();
   if (!ok) {
     error();
@@ -217,14 +220,14 @@ bool FillerBase::expr_to_string(std::string& text) {
 }
 
 
-std::string FillerBase::BalanceText(char** pos) {
+std::string Engine::BalanceText(char** pos) {
   const char* p = *pos;
   const char* start = p;
   int depth = 0;
   while (*p != '\0') {
     char c = *p;
     if (c == '"') {
-      p = quorvix::SkipQuoted(p);
+      p = SkipQuoted(p);
       continue;
     }
     if (depth == 0 && (c == ';' || c == '}' || c == ',' || c == ')')) break;
@@ -236,14 +239,14 @@ std::string FillerBase::BalanceText(char** pos) {
   return std::string(start, static_cast<std::size_t>(p - start));
 }
 
-char* FillerBase::balance(char** pos) {
+char* Engine::balance(char** pos) {
   std::string text = BalanceText(pos);
   char* out = new char[text.size() + 1];
   std::memcpy(out, text.c_str(), text.size() + 1);
   return out;
 }
 
-symtab* FillerBase::evaluate(bool* syntax_failed) {
+symtab* Engine::evaluate(bool* syntax_failed) {
   if (syntax_failed != nullptr) *syntax_failed = false;
   MathParser::ClearError();
   parser_->SetErrorMessage(nullptr);
@@ -272,7 +275,7 @@ symtab* FillerBase::evaluate(bool* syntax_failed) {
   return IsFalse() == 0 ? parser_->Evaluate(text.data()) : nullptr;
 }
 
-void FillerBase::error() {
+void Engine::error() {
   if (!source_name_.empty()) {
     error_stream_->puts("in file:  ");
     error_stream_->puts(source_name_.c_str());
@@ -302,7 +305,7 @@ void FillerBase::error() {
   error_flag_ = 1;
 }
 
-void FillerBase::expression_error(MathParser* parser) {
+void Engine::expression_error(MathParser* parser) {
   WriteDeferredSpaces();
   if (!error_flag_) {
     const char* message = parser->ErrorMessage();
@@ -321,7 +324,9 @@ void FillerBase::expression_error(MathParser* parser) {
   read_pos_ = kEmptyText;
 }
 
-void FillerBase::recover() {
+void Engine::recover() {
   while (*read_pos_ != '\0' && *read_pos_ != ';' && *read_pos_ != '\n') ++read_pos_;
   if (*read_pos_ == ';') ++read_pos_;
 }
+
+}  // namespace quorvix

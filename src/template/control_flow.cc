@@ -5,11 +5,14 @@
 #include <string>
 
 #include "quorvix/filler.h"
+#include "template/engine.h"
 #include "quorvix/user_function.h"
 #include "template/engine_types.h"
 #include "template/statement_table.h"
 #include "template/text_scan.h"
 #include "util/output_stream.h"
+
+namespace quorvix {
 
 namespace {
 
@@ -31,36 +34,32 @@ void Free(symtab* v) {
 
 }  // namespace
 
-namespace quorvix {
-
 std::span<const StatementTable::Row> StatementTable::ControlFlow() {
   static const Row kRows[] = {
-      {"if", &FillerBase::st_if},
-      {"elseif", &FillerBase::st_elseif},
-      {"else", &FillerBase::st_else},
-      {"endif", &FillerBase::st_endif},
-      {"while", &FillerBase::st_while},
-      {"for", &FillerBase::st_for},
-      {"foreach", &FillerBase::st_foreach},
-      {"endloop", &FillerBase::st_endloop},
-      {"break", &FillerBase::st_break},
-      {"continue", &FillerBase::st_continue},
-      {"exit", &FillerBase::st_exit},
-      {"return", &FillerBase::st_return},
-      {"function", &FillerBase::st_function},
+      {"if", &Engine::st_if},
+      {"elseif", &Engine::st_elseif},
+      {"else", &Engine::st_else},
+      {"endif", &Engine::st_endif},
+      {"while", &Engine::st_while},
+      {"for", &Engine::st_for},
+      {"foreach", &Engine::st_foreach},
+      {"endloop", &Engine::st_endloop},
+      {"break", &Engine::st_break},
+      {"continue", &Engine::st_continue},
+      {"exit", &Engine::st_exit},
+      {"return", &Engine::st_return},
+      {"function", &Engine::st_function},
   };
   return kRows;
 }
 
-}  // namespace quorvix
-
-int FillerBase::ConditionHolds(const symtab* v) const {
+int Engine::ConditionHolds(const symtab* v) const {
   // NaN compares unequal to 0 and therefore holds.
   return v != nullptr && v->type == SYM_SCALAR && !(v->value == 0.0);
 }
 
 // Reads a condition with evaluate(); returns 1 when the fill must stop.
-int FillerBase::ReadCondition(symtab*& value) {
+int Engine::ReadCondition(symtab*& value) {
   bool syntax_failed = false;
   value = evaluate(&syntax_failed);
   if (syntax_failed) return 1;
@@ -71,16 +70,16 @@ int FillerBase::ReadCondition(symtab*& value) {
   return 0;
 }
 
-bool FillerBase::OpenConditionLevel() {
+bool Engine::OpenConditionLevel() {
   if (condition_depth_ + 1 >= kConditionStackSize) {
-    SyntaxError(quorvix::kConditionDepthMessage);
+    SyntaxError(kConditionDepthMessage);
     return false;
   }
   ++condition_depth_;
   return true;
 }
 
-int FillerBase::st_if() {
+int Engine::st_if() {
   const bool on = IsFalse() == 0;
   symtab* v = nullptr;
   if (ReadCondition(v)) return 1;
@@ -95,7 +94,7 @@ int FillerBase::st_if() {
   return 0;
 }
 
-int FillerBase::st_elseif() {
+int Engine::st_elseif() {
   if (condition_depth_ == 0) return SyntaxError("unbalanced elseif");
   int& taken = condition_stack_[condition_depth_];
   if (IsFalse() == 0) {
@@ -124,7 +123,7 @@ int FillerBase::st_elseif() {
   return 0;
 }
 
-int FillerBase::st_else() {
+int Engine::st_else() {
   int& taken = condition_stack_[condition_depth_];
   if (IsFalse() == 0) {
     if (!max_compatibility_) taken = 1;
@@ -137,7 +136,7 @@ int FillerBase::st_else() {
   return 0;
 }
 
-int FillerBase::st_endif() {
+int Engine::st_endif() {
   if (condition_depth_ == 0) return SyntaxError("unbalanced endif");
   if (IsFalse() != 0) --false_depth_;
   --condition_depth_;
@@ -146,14 +145,14 @@ int FillerBase::st_endif() {
 }
 
 // Opens the loop frame on the text right after the loop head.
-bool FillerBase::OpenLoop(int false_increment) {
+bool Engine::OpenLoop(int false_increment) {
   if (!SetBuffer(read_pos_, 0)) return false;
   false_depth_ += false_increment;
   source_top_->is_loop = 1;
   return true;
 }
 
-int FillerBase::st_while() {
+int Engine::st_while() {
   MathParser::ClearError();
   if (!Expect('(')) return SyntaxError("'(' expected in WHILE statement");
   char* condition_start = read_pos_;
@@ -170,7 +169,7 @@ int FillerBase::st_while() {
   return 0;
 }
 
-int FillerBase::st_for() {
+int Engine::st_for() {
   MathParser::ClearError();
   if (!Expect('(')) return SyntaxError("'(' expected in FOR statement");
   symtab* v = nullptr;
@@ -194,7 +193,7 @@ int FillerBase::st_for() {
   return 0;
 }
 
-int FillerBase::st_foreach() {
+int Engine::st_foreach() {
   const bool on = IsFalse() == 0;
   if (!Expect('(')) return SyntaxError("'(' expected in FOREACH statement");
   SkipBlanks();
@@ -235,7 +234,7 @@ int FillerBase::st_foreach() {
     Free(array);
     return 1;
   }
-  quorvix::SourceFrame& frame = *source_top_;
+  SourceFrame& frame = *source_top_;
   frame.loop_array = array;
   frame.loop_count = on ? count : 0;
   frame.loop_index = 0;
@@ -247,7 +246,7 @@ int FillerBase::st_foreach() {
   return 0;
 }
 
-int FillerBase::st_endloop() {
+int Engine::st_endloop() {
   if (Pop(1, parser_) == 0) return 0;
   // An "endloop" outside its loop's own text abandoned that text; if reading
   // went back to plain text, the brace group being read is over.
@@ -255,22 +254,22 @@ int FillerBase::st_endloop() {
   return error_flag_;
 }
 
-int FillerBase::st_break() {
+int Engine::st_break() {
   if (IsFalse() == 0) break_pending_ = true;
   return 0;
 }
 
-int FillerBase::st_continue() {
+int Engine::st_continue() {
   if (IsFalse() == 0) continue_pending_ = true;
   return 0;
 }
 
-int FillerBase::st_exit() {
+int Engine::st_exit() {
   if (IsFalse() == 0) read_pos_ = kEmptyText;
   return error_flag_;
 }
 
-int FillerBase::st_return() {
+int Engine::st_return() {
   while (*read_pos_ == ' ' || *read_pos_ == '\t') ++read_pos_;
   if (*read_pos_ == ';' || *read_pos_ == '}' || *read_pos_ == '\0') {
     Free(return_code_);
@@ -291,9 +290,9 @@ int FillerBase::st_return() {
   return error_flag_;
 }
 
-int FillerBase::st_function() {
+int Engine::st_function() {
   char* definition = statement_start_;
-  if (!InlineFunctionsAllowed()) {
+  if (!FillerBase::InlineFunctionsAllowed()) {
     read_pos_ = definition;  // not a statement then: the text is an expression
     return fill_brace_expr();
   }
@@ -312,7 +311,7 @@ int FillerBase::st_function() {
   do {
     char c = *read_pos_;
     if (c == '"') {
-      read_pos_ = const_cast<char*>(quorvix::SkipQuoted(read_pos_));
+      read_pos_ = const_cast<char*>(SkipQuoted(read_pos_));
       continue;
     }
     if (c == '{') ++depth;
@@ -328,3 +327,5 @@ int FillerBase::st_function() {
   }
   return 0;
 }
+
+}  // namespace quorvix

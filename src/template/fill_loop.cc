@@ -9,9 +9,12 @@
 #include <string>
 
 #include "quorvix/filler.h"
+#include "template/engine.h"
 #include "template/engine_types.h"
 #include "template/text_scan.h"
 #include "util/output_stream.h"
+
+namespace quorvix {
 
 namespace {
 
@@ -36,7 +39,7 @@ char kEmptyText[1] = {'\0'};
 
 }  // namespace
 
-void FillerBase::WriteDeferredSpaces() {
+void Engine::WriteDeferredSpaces() {
   if (deferred_spaces_ > 0) {
     for (int i = 0; i < deferred_spaces_; ++i) current_output_->put(' ');
     deferred_spaces_ = 0;
@@ -44,13 +47,13 @@ void FillerBase::WriteDeferredSpaces() {
   }
 }
 
-void FillerBase::WriteText(const char* text, std::size_t n) {
+void Engine::WriteText(const char* text, std::size_t n) {
   WriteDeferredSpaces();
   current_output_->write(text, n);
   line_has_output_ = 1;
 }
 
-int FillerBase::fill_buffer() {
+int Engine::fill_buffer() {
   line_has_statement_ = line_has_output_ = 0;
   condition_depth_ = false_depth_ = 0;
   break_pending_ = continue_pending_ = false;
@@ -85,7 +88,7 @@ int FillerBase::fill_buffer() {
         // A quoted passage is copied as it stands, braces and line feeds
         // included; a backslash takes the next character with it.
         const char* start = read_pos_;
-        const char* p = quorvix::SkipQuoted(read_pos_);
+        const char* p = SkipQuoted(read_pos_);
         if (!off) WriteText(start, static_cast<std::size_t>(p - start));
         read_pos_ = const_cast<char*>(p);
         continue;
@@ -130,15 +133,15 @@ int FillerBase::fill_buffer() {
   }
 }
 
-bool FillerBase::PushFrame(quorvix::SourceFrame*& out) {
+bool Engine::PushFrame(SourceFrame*& out) {
   const int limit = parser_->policy().limits.sources;
   if (source_depth_ >= limit) {
     error();
-    error_stream_->puts(quorvix::SourceDepthMessage(limit).c_str());
+    error_stream_->puts(SourceDepthMessage(limit).c_str());
     error_stream_->endl();
     return false;
   }
-  auto* f = new quorvix::SourceFrame;
+  auto* f = new SourceFrame;
   f->saved_read_pos = read_pos_;
   f->saved_buffer_start = buffer_start_;
   f->saved_file_start = file_start_;
@@ -154,14 +157,14 @@ bool FillerBase::PushFrame(quorvix::SourceFrame*& out) {
   return true;
 }
 
-void FillerBase::LinkFrame(quorvix::SourceFrame* f) {
+void Engine::LinkFrame(SourceFrame* f) {
   f->next = source_top_;
   source_top_ = f;
   ++source_depth_;
 }
 
-bool FillerBase::SetBuffer(char* text, int owned) {
-  quorvix::SourceFrame* f = nullptr;
+bool Engine::SetBuffer(char* text, int owned) {
+  SourceFrame* f = nullptr;
   if (!PushFrame(f)) {
     if (owned) delete[] text;
     return false;
@@ -174,8 +177,8 @@ bool FillerBase::SetBuffer(char* text, int owned) {
   return true;
 }
 
-bool FillerBase::Push(const char* filename) {
-  quorvix::SourceFrame* f = nullptr;
+bool Engine::Push(const char* filename) {
+  SourceFrame* f = nullptr;
   if (!PushFrame(f)) return false;
   if (!source_name_.empty() && source_name_ == filename && file_start_ != nullptr) {
     // The file being read includes itself (perhaps from a macro expansion
@@ -218,7 +221,7 @@ bool FillerBase::Push(const char* filename) {
   return true;
 }
 
-bool FillerBase::ReportNul(char* at) {
+bool Engine::ReportNul(char* at) {
   // The text would end there without a word; a template never holds one.
   read_pos_ = at;
   error();
@@ -227,7 +230,7 @@ bool FillerBase::ReportNul(char* at) {
   return true;
 }
 
-void FillerBase::RestoreFlags(const quorvix::SourceFrame& f) {
+void Engine::RestoreFlags(const SourceFrame& f) {
   false_depth_ = f.saved_false_depth;
   condition_depth_ = f.saved_condition_depth;
   condition_stack_[condition_depth_] = f.saved_condition_entry;
@@ -236,7 +239,7 @@ void FillerBase::RestoreFlags(const quorvix::SourceFrame& f) {
   continue_pending_ = f.saved_continue_pending;
 }
 
-int FillerBase::NoSourceLeft() {
+int Engine::NoSourceLeft() {
   false_depth_ = condition_depth_ = 0;
   condition_stack_[0] = 0;
   resume_brace_ = 0;
@@ -244,8 +247,8 @@ int FillerBase::NoSourceLeft() {
   return 1;
 }
 
-int FillerBase::PopPlain() {
-  quorvix::SourceFrame* f = source_top_;
+int Engine::PopPlain() {
+  SourceFrame* f = source_top_;
   if (f == nullptr) return NoSourceLeft();
   if (buffer_owned_) delete[] buffer_start_;
   read_pos_ = f->saved_read_pos ? f->saved_read_pos : kEmptyText;
@@ -259,8 +262,8 @@ int FillerBase::PopPlain() {
   return 0;
 }
 
-int FillerBase::Pop(int at_loop_end, MathParser* parser) {
-  quorvix::SourceFrame* f = source_top_;
+int Engine::Pop(int at_loop_end, MathParser* parser) {
+  SourceFrame* f = source_top_;
   if (at_loop_end && f != nullptr && !f->is_loop) {
     // An "endloop" outside its loop's text abandons that text (an included
     // file, a macro expansion) and reading goes on in the text that opened it.
@@ -336,7 +339,7 @@ int FillerBase::Pop(int at_loop_end, MathParser* parser) {
   return PopPlain();
 }
 
-bool FillerBase::CountLoopPass() {
+bool Engine::CountLoopPass() {
   const long long limit = parser_->policy().limits.work;
   if (++loop_passes_ <= limit) return true;
   error();
@@ -345,10 +348,12 @@ bool FillerBase::CountLoopPass() {
   return false;
 }
 
-ostream_fast* FillerBase::p_PopStream() {
+ostream_fast* Engine::p_PopStream() {
   if (current_output_ == base_output_ || output_stack_.empty()) return current_output_;
   delete current_output_;
   current_output_ = output_stack_.back();
   output_stack_.pop_back();
   return current_output_;
 }
+
+}  // namespace quorvix

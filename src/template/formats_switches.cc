@@ -8,8 +8,11 @@
 #include <string>
 
 #include "quorvix/filler.h"
+#include "template/engine.h"
 #include "template/statement_table.h"
 #include "util/output_stream.h"
+
+namespace quorvix {
 
 namespace {
 
@@ -18,25 +21,21 @@ constexpr const char* kFormatWidthMessage = "format width too large (limit 1000)
 
 }  // namespace
 
-namespace quorvix {
-
 std::span<const StatementTable::Row> StatementTable::FormatsAndSwitches() {
   static const Row kRows[] = {
-      {"format", &FillerBase::st_format},
-      {"safe_quotes_on", &FillerBase::st_safe_quotes_on},
-      {"safe_quotes_off", &FillerBase::st_safe_quotes_off},
-      {"max_compatibility_on", &FillerBase::st_max_compatibility_on},
-      {"max_compatibility_off", &FillerBase::st_max_compatibility_off},
-      {"escape_characters_on", &FillerBase::st_escape_characters_on},
-      {"escape_characters_off", &FillerBase::st_escape_characters_off},
+      {"format", &Engine::st_format},
+      {"safe_quotes_on", &Engine::st_safe_quotes_on},
+      {"safe_quotes_off", &Engine::st_safe_quotes_off},
+      {"max_compatibility_on", &Engine::st_max_compatibility_on},
+      {"max_compatibility_off", &Engine::st_max_compatibility_off},
+      {"escape_characters_on", &Engine::st_escape_characters_on},
+      {"escape_characters_off", &Engine::st_escape_characters_off},
   };
   return kRows;
 }
 
-}  // namespace quorvix
-
 // Reads ", format [, style]" if present. Returns 1 after a reported error.
-int FillerBase::ReadFormat(std::string& format, char& letter, int& style, bool set_defaults) {
+int Engine::ReadFormat(std::string& format, char& letter, int& style, bool set_defaults) {
   char* save = read_pos_;
   SkipBlanks();
   if (*read_pos_ == ',') {
@@ -106,7 +105,7 @@ int FillerBase::ReadFormat(std::string& format, char& letter, int& style, bool s
   } else if (std::isalpha(static_cast<unsigned char>(*p))) {
     // A style keyword where the format belongs sets the style alone.
     for (const auto& [word, value] : {std::pair{"list", 1}, {"array", 2}, {"matrix", 3}}) {
-      if (in_format_statement_ && quorvix::MatchKeyword(p, word)) {
+      if (in_format_statement_ && MatchKeyword(p, word)) {
         if (set_defaults) format_style_ = value;
         read_pos_ = const_cast<char*>(p + std::strlen(word));
         return 0;
@@ -240,7 +239,7 @@ int FillerBase::ReadFormat(std::string& format, char& letter, int& style, bool s
   ++read_pos_;
   SkipBlanks();
   for (const auto& [word, value] : {std::pair{"list", 1}, {"array", 2}, {"matrix", 3}}) {
-    if (quorvix::MatchKeyword(read_pos_, word)) {
+    if (MatchKeyword(read_pos_, word)) {
       if (set_defaults)
         format_style_ = value;
       else
@@ -256,7 +255,7 @@ int FillerBase::ReadFormat(std::string& format, char& letter, int& style, bool s
   return 1;
 }
 
-int FillerBase::st_format() {
+int Engine::st_format() {
   std::string unused;
   char letter = format_letter_;
   int style = format_style_;
@@ -267,22 +266,24 @@ int FillerBase::st_format() {
   return r;
 }
 
-int FillerBase::Switch(int& field, int value) {
+int Engine::Switch(int& field, int value) {
   if (IsFalse() == 0) field = value;
   return 0;
 }
 
-int FillerBase::st_safe_quotes_on() { return Switch(safe_quotes_, 1); }
-int FillerBase::st_safe_quotes_off() { return Switch(safe_quotes_, 0); }
-int FillerBase::st_max_compatibility_on() { return Switch(max_compatibility_, 1); }
-int FillerBase::st_max_compatibility_off() { return Switch(max_compatibility_, 0); }
+int Engine::st_safe_quotes_on() { return Switch(safe_quotes_, 1); }
+int Engine::st_safe_quotes_off() { return Switch(safe_quotes_, 0); }
+int Engine::st_max_compatibility_on() { return Switch(max_compatibility_, 1); }
+int Engine::st_max_compatibility_off() { return Switch(max_compatibility_, 0); }
 
-int FillerBase::st_escape_characters_on() {
+int Engine::st_escape_characters_on() {
   if (IsFalse() == 0) parser_->AllowEscapeCharactersInStrings(true);
   return 0;
 }
 
-int FillerBase::st_escape_characters_off() {
+int Engine::st_escape_characters_off() {
   if (IsFalse() == 0) parser_->AllowEscapeCharactersInStrings(false);
   return 0;
 }
+
+}  // namespace quorvix

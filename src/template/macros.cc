@@ -8,10 +8,13 @@
 #include <string>
 
 #include "quorvix/filler.h"
+#include "template/engine.h"
 #include "template/engine_types.h"
 #include "template/macro_text.h"
 #include "template/statement_table.h"
 #include "util/output_stream.h"
+
+namespace quorvix {
 
 namespace {
 
@@ -27,8 +30,8 @@ char* Copy(const std::string& s) {
   return out;
 }
 
-bool Readable(const quorvix::Policy& policy, const std::string& path) {
-  std::FILE* f = policy.OpenFile(path, quorvix::FileMode::kRead, nullptr);
+bool Readable(const Policy& policy, const std::string& path) {
+  std::FILE* f = policy.OpenFile(path, FileMode::kRead, nullptr);
   if (f == nullptr) return false;
   std::fclose(f);
   return true;
@@ -36,7 +39,7 @@ bool Readable(const quorvix::Policy& policy, const std::string& path) {
 
 // Looks a file up: first against the working directory, then along the
 // include path. Empty when it is nowhere.
-std::string FindInclude(const quorvix::Policy& policy, const std::string& name) {
+std::string FindInclude(const Policy& policy, const std::string& name) {
   if (name.compare(0, 2, "\\:") != 0) {
     std::string absolute = name;
     if (name.empty() || name[0] != '/') {
@@ -57,26 +60,22 @@ std::string FindInclude(const quorvix::Policy& policy, const std::string& name) 
 
 }  // namespace
 
-namespace quorvix {
-
 std::span<const StatementTable::Row> StatementTable::MacrosAndInclusion() {
   static const Row kRows[] = {
-      {"define", &FillerBase::st_define},
-      {"undef", &FillerBase::st_undef},
-      {"ifdef", &FillerBase::st_ifdef},
-      {"ifndef", &FillerBase::st_ifdef},
-      {"include", &FillerBase::st_include},
-      {"readfill", &FillerBase::st_readfill},
-      {"path", &FillerBase::st_path},
+      {"define", &Engine::st_define},
+      {"undef", &Engine::st_undef},
+      {"ifdef", &Engine::st_ifdef},
+      {"ifndef", &Engine::st_ifdef},
+      {"include", &Engine::st_include},
+      {"readfill", &Engine::st_readfill},
+      {"path", &Engine::st_path},
   };
   return kRows;
 }
 
-}  // namespace quorvix
-
 // Parses "(params)" of a definition at *pos (just after the '('). Writes its
 // messages plainly; returns false on a syntax failure.
-static bool ParseParameters(char** pos, quorvix::Macro& macro, std::string& message) {
+static bool ParseParameters(char** pos, Macro& macro, std::string& message) {
   char* p = *pos;
   while (true) {
     while (*p == ' ' || *p == '\t') ++p;
@@ -105,7 +104,7 @@ static bool ParseParameters(char** pos, quorvix::Macro& macro, std::string& mess
   return true;
 }
 
-int FillerBase::st_define() {
+int Engine::st_define() {
   SkipBlanks();
   if (!IsAlpha(*read_pos_)) return SyntaxError("illegal macro name");
   const char* name_start = read_pos_;
@@ -117,7 +116,7 @@ int FillerBase::st_define() {
   key += '(';
   if (key == "header(" || key == "footer(") page_state_[0] = 0;
   macros_.erase(key);
-  auto macro = std::make_unique<quorvix::Macro>();
+  auto macro = std::make_unique<Macro>();
   std::string message;
   if (!ParseParameters(&read_pos_, *macro, message)) {
     error_stream_->puts(message.c_str());
@@ -134,7 +133,7 @@ int FillerBase::st_define() {
   if (end == nullptr) return SyntaxError("{enddefine} not found in file");
   const char* body_end = end;
   while (body_end > read_pos_ && (body_end[-1] == ' ' || body_end[-1] == '\t')) --body_end;
-  macro->body = quorvix::prevent_brace(std::string(read_pos_, static_cast<std::size_t>(body_end - read_pos_)));
+  macro->body = prevent_brace(std::string(read_pos_, static_cast<std::size_t>(body_end - read_pos_)));
   macros_[key] = std::move(macro);
   read_pos_ = end + std::strlen("enddefine");
   SkipBlanks();
@@ -145,7 +144,7 @@ int FillerBase::st_define() {
 // Reads "args)" at *p (just behind the '(') into the macro's parameters;
 // the missing ones get the quoted "(null)". On failure returns the message
 // and leaves *p at the offending place.
-const char* FillerBase::ReadMacroArguments(quorvix::Macro& macro, char** p) {
+const char* Engine::ReadMacroArguments(Macro& macro, char** p) {
   for (auto& param : macro.parameters) param.argument.clear();
   std::size_t given = 0;
   while (true) {
@@ -168,7 +167,7 @@ const char* FillerBase::ReadMacroArguments(quorvix::Macro& macro, char** p) {
   return nullptr;
 }
 
-char* FillerBase::ExpandMacro(quorvix::Macro& macro, char** pos, int* status) {
+char* Engine::ExpandMacro(Macro& macro, char** pos, int* status) {
   char* p = *pos;
   if (*p == '(') ++p;
   if (const char* message = ReadMacroArguments(macro, &p)) {
@@ -177,10 +176,10 @@ char* FillerBase::ExpandMacro(quorvix::Macro& macro, char** pos, int* status) {
     return nullptr;
   }
   *pos = p;
-  return Copy("}" + quorvix::restore_brace(quorvix::SubstituteParameters(macro)));
+  return Copy("}" + restore_brace(SubstituteParameters(macro)));
 }
 
-int FillerBase::st_undef() {
+int Engine::st_undef() {
   SkipBlanks();
   if (!IsAlpha(*read_pos_)) return SyntaxError("illegal macro name");
   const char* start = read_pos_;
@@ -190,7 +189,7 @@ int FillerBase::st_undef() {
   return 0;
 }
 
-int FillerBase::st_ifdef() {
+int Engine::st_ifdef() {
   const bool on = IsFalse() == 0;
   bool syntax_failed = false;
   symtab* v = evaluate(&syntax_failed);
@@ -212,7 +211,7 @@ int FillerBase::st_ifdef() {
 
 // Reads the file name of "include" or "readfill" and pushes the file.
 // Returns 1 when the fill must stop; sets `pushed` when a file was opened.
-int FillerBase::IncludeFile(bool as_statements, const char* keyword_message) {
+int Engine::IncludeFile(bool as_statements, const char* keyword_message) {
   const bool on = IsFalse() == 0;
   bool syntax_failed = false;
   symtab* v = evaluate(&syntax_failed);
@@ -257,15 +256,15 @@ int FillerBase::IncludeFile(bool as_statements, const char* keyword_message) {
   return 0;
 }
 
-int FillerBase::st_include() {
+int Engine::st_include() {
   return IncludeFile(false, "string value required in INCLUDE statement");
 }
 
-int FillerBase::st_readfill() {
+int Engine::st_readfill() {
   return IncludeFile(true, "string value required in READFILL statement");
 }
 
-int FillerBase::st_path() {
+int Engine::st_path() {
   const bool on = IsFalse() == 0;
   bool syntax_failed = false;
   symtab* v = evaluate(&syntax_failed);
@@ -279,19 +278,19 @@ int FillerBase::st_path() {
     v->Delete();
     return SyntaxError("string value required in PATH statement");
   }
-  IncludePath().push_back(v->str_list[0]);
+  FillerBase::IncludePath().push_back(v->str_list[0]);
   v->Delete();
   return 0;
 }
 
 // Host macros ----------------------------------------------------------------
 
-int FillerBase::DefineMacro(char* definition) {
+int Engine::DefineMacro(char* definition) {
   if (definition == nullptr) return 0;
   char* comma = std::strchr(definition, ',');
   if (comma == nullptr) return 0;
   std::string key(definition, static_cast<std::size_t>(comma - definition));
-  auto macro = std::make_unique<quorvix::Macro>();
+  auto macro = std::make_unique<Macro>();
   char* p = comma + 1;
   std::string message;
   bool ok = ParseParameters(&p, *macro, message) && *p == ')';
@@ -300,12 +299,12 @@ int FillerBase::DefineMacro(char* definition) {
     macros_[key] = std::move(macro);
     return 0;
   }
-  macro->body = quorvix::prevent_brace(p + 1);
+  macro->body = prevent_brace(p + 1);
   macros_[key] = std::move(macro);
   return 1;
 }
 
-char* FillerBase::EvaluateMacro(char* call) {
+char* Engine::EvaluateMacro(char* call) {
   page_state_[0] = -1;
   page_state_[1] = 25;
   page_state_[2] = 0;
@@ -314,16 +313,18 @@ char* FillerBase::EvaluateMacro(char* call) {
   if (comma == nullptr) return nullptr;
   auto it = macros_.find(std::string(call, static_cast<std::size_t>(comma - call)));
   if (it == macros_.end() || it->second == nullptr) return nullptr;
-  quorvix::Macro& macro = *it->second;
+  Macro& macro = *it->second;
   char* p = comma + 1;
   if (ReadMacroArguments(macro, &p) != nullptr) return nullptr;
-  return Copy(quorvix::restore_brace(quorvix::SubstituteParameters(macro)));
+  return Copy(restore_brace(SubstituteParameters(macro)));
 }
 
-void FillerBase::RemoveMacro(char* name) {
+void Engine::RemoveMacro(char* name) {
   if (name == nullptr) return;
   auto it = macros_.find(name);
   if (it != macros_.end()) it->second.reset();
 }
 
-void FillerBase::ResetMacros() { macros_.clear(); }
+void Engine::ResetMacros() { macros_.clear(); }
+
+}  // namespace quorvix

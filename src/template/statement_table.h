@@ -8,12 +8,12 @@
 #include <cstddef>
 #include <span>
 
-#include "quorvix/filler.h"
+#include "template/engine.h"
 
 namespace quorvix {
 
 struct StatementTable {
-  using Handler = int (FillerBase::*)();
+  using Handler = int (Engine::*)();
   struct Row {
     const char* keyword;
     Handler handler;
