@@ -107,21 +107,15 @@ int Engine::fill_brace_expr() {
       auto it = macros_.find(key);
       if (it != macros_.end() && it->second != nullptr) {
         char* pos = const_cast<char*>(p);
-        int status = 0;
-        char* expanded = ExpandMacro(*it->second, &pos, &status);
-        if (expanded == nullptr) return status;
+        std::unique_ptr<char[]> expanded;
+        if (!ExpandMacro(*it->second, &pos, expanded)) return 1;
         read_pos_ = pos;
         SkipBlanks();
-        if (*read_pos_ != '}') {
-          delete[] expanded;
-          return SyntaxError("'}' expected after macro call");
-        }
-        if (IsFalse()) {
-          delete[] expanded;
-          return 0;
-        }
+        if (*read_pos_ != '}') return SyntaxError("'}' expected after macro call");
+        if (IsFalse()) return 0;
         ++read_pos_;
-        return SetBuffer(expanded, 1) ? 0 : 1;
+        char* text = expanded.get();
+        return SetBuffer(text, std::move(expanded)) ? 0 : 1;
       }
     }
   }
@@ -220,14 +214,15 @@ bool Engine::expr_to_string(std::string& text) {
 }
 
 
-std::string Engine::BalanceText(char** pos) {
+std::string Engine::BalanceText(char** pos, bool within_line) {
   const char* p = *pos;
   const char* start = p;
+  const char stop = within_line ? '\n' : '\0';
   int depth = 0;
-  while (*p != '\0') {
+  while (*p != '\0' && *p != stop) {
     char c = *p;
     if (c == '"') {
-      p = SkipQuoted(p);
+      p = SkipQuoted(p, stop);
       continue;
     }
     if (depth == 0 && (c == ';' || c == '}' || c == ',' || c == ')')) break;
@@ -237,13 +232,6 @@ std::string Engine::BalanceText(char** pos) {
   }
   *pos = const_cast<char*>(p);
   return std::string(start, static_cast<std::size_t>(p - start));
-}
-
-char* Engine::balance(char** pos) {
-  std::string text = BalanceText(pos);
-  char* out = new char[text.size() + 1];
-  std::memcpy(out, text.c_str(), text.size() + 1);
-  return out;
 }
 
 symtab* Engine::evaluate(bool* syntax_failed) {
@@ -263,14 +251,7 @@ symtab* Engine::evaluate(bool* syntax_failed) {
     ++read_pos_;
   } else {
     // Up to the first unnested terminator, never beyond the line end.
-    char* line_end = std::strchr(read_pos_, '\n');
-    char saved = 0;
-    if (line_end != nullptr) {
-      saved = *line_end;
-      *line_end = '\0';
-    }
-    text = BalanceText(&read_pos_);
-    if (line_end != nullptr) *line_end = saved;
+    text = BalanceText(&read_pos_, true);
   }
   return IsFalse() == 0 ? parser_->Evaluate(text.data()) : nullptr;
 }

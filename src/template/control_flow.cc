@@ -146,9 +146,9 @@ int Engine::st_endif() {
 
 // Opens the loop frame on the text right after the loop head.
 bool Engine::OpenLoop(int false_increment) {
-  if (!SetBuffer(read_pos_, 0)) return false;
+  if (!SetBuffer(read_pos_, nullptr)) return false;
   false_depth_ += false_increment;
-  source_top_->is_loop = 1;
+  sources_.back()->is_loop = 1;
   return true;
 }
 
@@ -164,7 +164,7 @@ int Engine::st_while() {
   if (!OpenLoop(increment)) return 1;
   // A loop whose body starts switched off (a failed first test, or text
   // that is off anyway) never repeats.
-  source_top_->loop_condition = IsFalse() == 0 ? condition_start : nullptr;
+  sources_.back()->loop_condition = IsFalse() == 0 ? condition_start : nullptr;
   resume_brace_ = 1;
   return 0;
 }
@@ -186,8 +186,8 @@ int Engine::st_for() {
   if (!Expect(')')) return SyntaxError("')' expected in FOR statement");
   if (!OpenLoop(increment)) return 1;
   if (IsFalse() == 0) {
-    source_top_->loop_condition = condition_start;
-    source_top_->loop_step = step_start;
+    sources_.back()->loop_condition = condition_start;
+    sources_.back()->loop_step = step_start;
   }
   resume_brace_ = 1;
   return 0;
@@ -234,7 +234,7 @@ int Engine::st_foreach() {
     Free(array);
     return 1;
   }
-  SourceFrame& frame = *source_top_;
+  SourceFrame& frame = *sources_.back();
   frame.loop_array = array;
   frame.loop_count = on ? count : 0;
   frame.loop_index = 0;
@@ -247,7 +247,7 @@ int Engine::st_foreach() {
 }
 
 int Engine::st_endloop() {
-  if (Pop(1, parser_) == 0) return 0;
+  if (Pop(true)) return 0;
   // An "endloop" outside its loop's own text abandoned that text; if reading
   // went back to plain text, the brace group being read is over.
   if (!error_flag_ && *read_pos_ != '\0' && !resume_brace_) leave_group_ = true;
@@ -284,8 +284,7 @@ int Engine::st_return() {
   }
   if (IsFalse() != 0) return 0;
   // Every open source, loops included, closes and the fill ends.
-  read_pos_ = kEmptyText;
-  while (source_top_ != nullptr) PopPlain();
+  DeleteSources();
   NoSourceLeft();
   return error_flag_;
 }

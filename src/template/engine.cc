@@ -8,6 +8,7 @@
 #include "quorvix/filler.h"
 #include "template/engine_types.h"
 #include "template/expression_cache.h"
+#include "template/text_scan.h"
 #include "util/output_stream.h"
 
 namespace quorvix {
@@ -61,35 +62,8 @@ Engine::Engine(const Engine& other)
 }
 
 Engine::~Engine() {
-  DeleteSources();
-  DeleteOutputStack();
   if (return_code_ != nullptr) return_code_->Delete();
   if (owns_parser_) delete parser_;
-}
-
-void Engine::DeleteSources() {
-  while (source_top_ != nullptr) {
-    SourceFrame* f = source_top_;
-    source_top_ = f->next;
-    // The buffer in use belongs to the innermost source; buffers of outer
-    // sources are saved in the frames.
-    if (buffer_owned_) delete[] buffer_start_;
-    buffer_start_ = f->saved_buffer_start;
-    buffer_owned_ = f->saved_buffer_owned;
-    delete f;
-  }
-  if (buffer_owned_) delete[] buffer_start_;
-  buffer_owned_ = 0;
-  buffer_start_ = nullptr;
-  file_start_ = nullptr;
-  read_pos_ = nullptr;
-  source_depth_ = 0;
-}
-
-void Engine::DeleteOutputStack() {
-  for (ostream_fast* s : output_stack_)
-    if (s != base_output_) delete s;
-  output_stack_.clear();
 }
 
 symtab* Engine::TakeReturnCode() {
@@ -115,22 +89,6 @@ char* Engine::p_Fill(char** errors) {
   page_state_[1] = 25;
   page_state_[2] = 0;
   deferred_spaces_ = 0;
-
-  // Frames left from an earlier fill; the caller's text stays the read buffer.
-  DeleteOutputStack();
-  char* keep_pos = read_pos_;
-  char* keep_start = buffer_start_;
-  int keep_owned = buffer_owned_;
-  buffer_owned_ = 0;
-  while (source_top_ != nullptr) {
-    SourceFrame* f = source_top_;
-    source_top_ = f->next;
-    delete f;
-  }
-  source_depth_ = 0;
-  read_pos_ = keep_pos;
-  buffer_start_ = keep_start;
-  buffer_owned_ = keep_owned;
 
   base_output_ = current_output_;
   bool published = false;
@@ -166,34 +124,31 @@ char* Engine::p_Fill(char** errors) {
   }
   delete[] error_text;
 
-  while (current_output_ != base_output_ && !output_stack_.empty()) {
-    delete current_output_;
-    current_output_ = output_stack_.back();
-    output_stack_.pop_back();
-  }
+  output_stack_.clear();
   current_output_ = base_output_;
   DeleteSources();
-  DeleteOutputStack();
   if (published) fill_stream = nullptr;
   return errors != nullptr ? *errors : nullptr;
 }
 
 char* Engine::FillText(const char* text, char** errors) {
-  char* buffer = const_cast<char*>(text ? text : "");
-  return RunFill(buffer, buffer, std::string(), errors);
+  // The fill reads its own copy: the caller's text may be read-only.
+  std::unique_ptr<char[]> buffer = CopyText(text ? text : "");
+  char* start = buffer.get();
+  return RunFill(std::move(buffer), start, std::string(), errors);
 }
 
-char* Engine::RunFill(char* buffer, char* start, const std::string& name, char** errors,
-                      char* nul_at) {
+char* Engine::RunFill(std::unique_ptr<char[]> buffer, char* start, const std::string& name,
+                      char** errors, char* nul_at) {
   if (errors != nullptr) *errors = nullptr;
   ostrstream_fast out;
   current_output_ = &out;
   DeleteSources();
-  // The caller's text is read in place and never freed by the engine.
+  output_stack_.clear();
   read_pos_ = start;
-  buffer_start_ = buffer;
-  file_start_ = name.empty() ? nullptr : buffer;
-  buffer_owned_ = 0;
+  buffer_start_ = buffer.get();
+  file_start_ = name.empty() ? nullptr : buffer.get();
+  buffer_ = std::move(buffer);
   source_name_ = name;
   // A fill that stopped inside a brace group leaves these set.
   resume_brace_ = 0;
@@ -211,9 +166,11 @@ char* Engine::FillFile(const char* path, char** errors) {
   std::string text;
   if (path == nullptr || !parser_->policy().ReadFile(path, text, nullptr)) return nullptr;
   text.insert(0, 1, '}');  // as for included files: a template may include itself
+  std::unique_ptr<char[]> buffer = CopyText(text);
+  char* start = buffer.get() + 1;
   const std::size_t nul = text.find('\0');
-  return RunFill(text.data(), text.data() + 1, path, errors,
-                 nul == std::string::npos ? nullptr : text.data() + nul);
+  char* nul_at = nul == std::string::npos ? nullptr : buffer.get() + nul;
+  return RunFill(std::move(buffer), start, path, errors, nul_at);
 }
 
 }  // namespace quorvix

@@ -97,21 +97,28 @@ class Engine {
   int st_escape_characters_off();
 
  private:
+  // Fills the text in `buffer` (owned by the fill) from `start`; `name` is
+  // the file the text is reported as, empty for a caller's text. A NUL byte
+  // at `nul_at` is reported instead of filling.
+  char* RunFill(std::unique_ptr<char[]> buffer, char* start, const std::string& name,
+                char** errors, char* nul_at = nullptr);
   // The common body of a fill; returns the error text (new[]) or null.
   char* p_Fill(char** errors);
-  // Fills from `start` (inside `buffer`, which stays the caller's); `name`
-  // is the file the text is reported as, empty for a caller's text.
-  char* RunFill(char* buffer, char* start, const std::string& name, char** errors,
-                char* nul_at = nullptr);
 
   // Fill loop and sources ----------------------------------------------------
   int fill_buffer();
-  // Both return false when the source stack is full (the error is reported).
-  bool SetBuffer(char* text, int owned);
+  // Opens `text` as the innermost source; it lies in `owned` (a macro
+  // expansion) or, when that is null, in the text of an outer source (a loop
+  // body). Both this and Push return false when the fill must stop (the
+  // source limit, a NUL byte in a file; reported).
+  bool SetBuffer(char* text, std::unique_ptr<char[]> owned);
   bool Push(const char* filename);
   // Reports a NUL byte at `at` in the current file; true (the fill stops).
   bool ReportNul(char* at);
-  int Pop(int at_loop_end, MathParser* parser);
+  // Ends the innermost source, or runs a loop's end when `at_loop_end`.
+  // False when there is nothing more to read here: no source is left, an
+  // "endloop" abandoned the text it stood in, or the fill must stop.
+  bool Pop(bool at_loop_end);
   ostream_fast* p_PopStream();
   int IsFalse() const { return break_pending_ || continue_pending_ ? 1000 : false_depth_; }
 
@@ -119,8 +126,9 @@ class Engine {
   // Reads an expression with its optional format and style and appends the
   // value's text; false when the fill must stop (the error is reported).
   bool expr_to_string(std::string& text);
-  char* balance(char** pos);
-  std::string BalanceText(char** pos);
+  // The text from *pos up to the first unnested ';', '}', ',' or ')' (or
+  // the line end when `within_line`); *pos moves onto that terminator.
+  std::string BalanceText(char** pos, bool within_line = false);
   // Balances and evaluates the expression at *pos (execution must be on).
   // Loop bodies are read again on every pass, so the parsed expression is
   // remembered by its place in the text and reused while that text is the
@@ -147,30 +155,40 @@ class Engine {
   int SyntaxError(const char* message);
   int ReadFormat(std::string& format, char& letter, int& style, bool set_defaults);
   int IncludeFile(bool as_statements, const char* keyword_message);
-  char* ExpandMacro(Macro& macro, char** pos, int* status);
+  // The expansion of a call with its arguments at *pos; false when the call
+  // is malformed (reported).
+  bool ExpandMacro(Macro& macro, char** pos, std::unique_ptr<char[]>& text);
   const char* ReadMacroArguments(Macro& macro, char** p);
   int ConditionHolds(const symtab* value) const;
   int ReadCondition(symtab*& value);
   bool OpenConditionLevel();
   bool OpenLoop(int false_increment);
 
-  bool PushFrame(SourceFrame*& out);
-  void LinkFrame(SourceFrame* f);
+  // False (reported) when one more source would pass the limit.
+  bool HasRoomForSource();
+  // Saves the reader's state, and the current source's own text, in a new
+  // innermost frame.
+  void PushFrame();
   void RestoreFlags(const SourceFrame& f);
-  int NoSourceLeft();
-  // Counts one more pass of a loop; false (reported) past the limit.
-  bool CountLoopPass();
-  int PopPlain();
-
+  void NoSourceLeft();
+  // Ends the innermost source and goes back to the one that opened it;
+  // false when none was open.
+  bool PopPlain();
+  // Ends the innermost loop; reading goes on where it is.
+  void DropLoop();
+  // Starts the next pass of `loop`; false (reported) past the pass limit.
+  bool NextPass(const SourceFrame& loop);
   void DeleteSources();
-  void DeleteOutputStack();
 
   // State ------------------------------------------------------------------------
   symtab* return_code_ = nullptr;
   std::unique_ptr<ostrstream_fast> error_stream_;
   int page_state_[3] = {-1, 25, 0};
-  int buffer_owned_ = 0;
-  SourceFrame* source_top_ = nullptr;
+  // Saved states of the sources around the current one, innermost last.
+  std::vector<std::unique_ptr<SourceFrame>> sources_;
+  // The current source's own text; null while it reads a text owned by an
+  // outer source (a loop body, a file including itself).
+  std::unique_ptr<char[]> buffer_;
   ostream_fast* current_output_ = nullptr;
   ostream_fast* base_output_ = nullptr;
   MathParser* parser_ = nullptr;
@@ -199,7 +217,9 @@ class Engine {
   std::string string_format_ = "%s";
   int format_style_ = 1;
   char format_letter_ = 'g';
-  std::vector<ostream_fast*> output_stack_;
+  // Streams opened by statements, innermost last; the current output is the
+  // last of them, or the fill's base stream (the caller's) when there is none.
+  std::vector<std::unique_ptr<ostream_fast>> output_stack_;
   float start_time_ = 0.0f;
   float end_time_ = 0.0f;
   float default_incr_ = 0.0f;
@@ -209,8 +229,6 @@ class Engine {
   bool animation_enabled_ = false;
   bool break_pending_ = false;
   bool continue_pending_ = false;
-  // Nesting of sources opened by this fill (includes, macros, loops).
-  int source_depth_ = 0;
   // Set when an "endloop" abandoned a source and reading went back to plain
   // text: the brace group being read is over.
   bool leave_group_ = false;

@@ -12,6 +12,7 @@
 #include "template/engine_types.h"
 #include "template/macro_text.h"
 #include "template/statement_table.h"
+#include "template/text_scan.h"
 #include "util/output_stream.h"
 
 namespace quorvix {
@@ -23,12 +24,6 @@ bool IsWordChar(char c) {
 }
 
 bool IsAlpha(char c) { return std::isalpha(static_cast<unsigned char>(c)) != 0; }
-
-char* Copy(const std::string& s) {
-  char* out = new char[s.size() + 1];
-  std::memcpy(out, s.c_str(), s.size() + 1);
-  return out;
-}
 
 bool Readable(const Policy& policy, const std::string& path) {
   std::FILE* f = policy.OpenFile(path, FileMode::kRead, nullptr);
@@ -167,16 +162,17 @@ const char* Engine::ReadMacroArguments(Macro& macro, char** p) {
   return nullptr;
 }
 
-char* Engine::ExpandMacro(Macro& macro, char** pos, int* status) {
+bool Engine::ExpandMacro(Macro& macro, char** pos, std::unique_ptr<char[]>& text) {
   char* p = *pos;
   if (*p == '(') ++p;
   if (const char* message = ReadMacroArguments(macro, &p)) {
     read_pos_ = p;
-    *status = SyntaxError(message);
-    return nullptr;
+    SyntaxError(message);
+    return false;
   }
   *pos = p;
-  return Copy("}" + restore_brace(SubstituteParameters(macro)));
+  text = CopyText("}" + restore_brace(SubstituteParameters(macro)));
+  return true;
 }
 
 int Engine::st_undef() {
@@ -239,11 +235,11 @@ int Engine::IncludeFile(bool as_statements, const char* keyword_message) {
     error_stream_->endl();
     return 1;
   }
-  const int depth_before = source_depth_;
+  const std::size_t depth_before = sources_.size();
   const int saved_resume = resume_brace_;
   resume_brace_ = 1;
   if (!Push(path.c_str())) return 1;
-  if (source_depth_ == depth_before) {
+  if (sources_.size() == depth_before) {
     resume_brace_ = saved_resume;  // the file could not be read; reported
     return 0;
   }
@@ -316,7 +312,7 @@ char* Engine::EvaluateMacro(char* call) {
   Macro& macro = *it->second;
   char* p = comma + 1;
   if (ReadMacroArguments(macro, &p) != nullptr) return nullptr;
-  return Copy(restore_brace(SubstituteParameters(macro)));
+  return CopyText(restore_brace(SubstituteParameters(macro))).release();
 }
 
 void Engine::RemoveMacro(char* name) {

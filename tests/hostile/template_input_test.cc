@@ -80,6 +80,12 @@ const HostileTemplate kCases[] = {
      .text = "{foreach (s = {\"x\\\\\", \"y\"})}[{s}]{endloop}",
      .output = "[x\\][y]",
      .errors = ""},
+    // The condition without parentheses ends at the line end: found
+    // without writing into the (read-only) text.
+    {.name = "read_only_text",
+     .text = "{x = 1}{if x == 1}yes{endif}\nnext\n",
+     .output = "yes\r\nnext\r\n",
+     .errors = ""},
     // Reading would block; the file is refused like a missing one.
     {.name = "include_of_a_fifo",
      .text = "{include \"fifo\"}",
