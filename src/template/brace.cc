@@ -17,21 +17,6 @@
 
 namespace quorvix {
 
-namespace {
-
-char kEmptyText[1] = {'\0'};
-
-bool IsWordChar(char c) {
-  return std::isalnum(static_cast<unsigned char>(c)) || c == '_';
-}
-
-}  // namespace
-
-// White space as the C locale has it, without a call per character.
-static inline bool IsBlank(char c) {
-  return c == ' ' || c == '\t' || c == '\n' || c == '\r' || c == '\v' || c == '\f';
-}
-
 void Engine::SkipBlanks() {
   while (IsBlank(*read_pos_)) ++read_pos_;
 }
@@ -144,16 +129,16 @@ symtab* Engine::EvaluateText(char** pos) {
   return value;
 }
 
-int Engine::ReadExpression(char** pos, symtab*& value) {
+bool Engine::ReadExpression(char** pos, symtab*& value) {
   value = nullptr;
   if (IsFalse() != 0) {
     BalanceText(pos);
-    return 0;
+    return true;
   }
   value = EvaluateText(pos);
-  if (value != nullptr) return 0;
+  if (value != nullptr) return true;
   expression_error(parser_);
-  return 1;
+  return false;
 }
 
 bool Engine::expr_to_string(std::string& text) {
@@ -180,7 +165,7 @@ bool Engine::expr_to_string(std::string& text) {
   }
   format = is_string ? string_format_ : number_format_;
   if (is_string) letter = 's';
-  if (ReadFormat(format, letter, style, false)) {
+  if (!ReadFormat(format, letter, style, false)) {
     if (value) value->Delete();
     return false;
   }

@@ -16,12 +16,6 @@ namespace quorvix {
 
 namespace {
 
-char kEmptyText[1] = {'\0'};
-
-bool IsWordChar(char c) {
-  return std::isalnum(static_cast<unsigned char>(c)) || c == '_';
-}
-
 // The first test of a loop truncates to an integer, so 0.5 does not enter.
 int FirstLoopIncrement(const symtab* v) {
   if (v == nullptr || v->type != SYM_SCALAR) return 1;
@@ -53,21 +47,20 @@ std::span<const StatementTable::Row> StatementTable::ControlFlow() {
   return kRows;
 }
 
-int Engine::ConditionHolds(const symtab* v) const {
+bool Engine::ConditionHolds(const symtab* v) const {
   // NaN compares unequal to 0 and therefore holds.
   return v != nullptr && v->type == SYM_SCALAR && !(v->value == 0.0);
 }
 
-// Reads a condition with evaluate(); returns 1 when the fill must stop.
-int Engine::ReadCondition(symtab*& value) {
+bool Engine::ReadCondition(symtab*& value) {
   bool syntax_failed = false;
   value = evaluate(&syntax_failed);
-  if (syntax_failed) return 1;
+  if (syntax_failed) return false;
   if (value == nullptr && IsFalse() == 0) {
     expression_error(parser_);
-    return 1;
+    return false;
   }
-  return 0;
+  return true;
 }
 
 bool Engine::OpenConditionLevel() {
@@ -82,7 +75,7 @@ bool Engine::OpenConditionLevel() {
 int Engine::st_if() {
   const bool on = IsFalse() == 0;
   symtab* v = nullptr;
-  if (ReadCondition(v)) return 1;
+  if (!ReadCondition(v)) return 1;
   if (!OpenConditionLevel()) {
     Free(v);
     return 1;
@@ -101,14 +94,14 @@ int Engine::st_elseif() {
     ++false_depth_;
     if (!max_compatibility_) taken = 1;
     symtab* v = nullptr;
-    if (ReadCondition(v)) return 1;  // switched off now: parsed only
+    if (!ReadCondition(v)) return 1;  // switched off now: parsed only
     Free(v);
   } else if (IsFalse() == 1 && taken == 0) {
     false_depth_ = 0;
     symtab* v = nullptr;
-    int stop = ReadCondition(v);
+    const bool ok = ReadCondition(v);
     false_depth_ = 1;
-    if (stop) return 1;
+    if (!ok) return 1;
     if (ConditionHolds(v)) {
       false_depth_ = 0;
       if (!max_compatibility_) taken = 1;
@@ -116,7 +109,7 @@ int Engine::st_elseif() {
     Free(v);
   } else {
     symtab* v = nullptr;
-    if (ReadCondition(v)) return 1;
+    if (!ReadCondition(v)) return 1;
     Free(v);
   }
   line_has_statement_ = !max_compatibility_;
@@ -157,7 +150,7 @@ int Engine::st_while() {
   if (!Expect('(')) return SyntaxError("'(' expected in WHILE statement");
   char* condition_start = read_pos_;
   symtab* v = nullptr;
-  if (ReadExpression(&read_pos_, v)) return 1;
+  if (!ReadExpression(&read_pos_, v)) return 1;
   const int increment = FirstLoopIncrement(v);
   Free(v);
   if (!Expect(')')) return SyntaxError("')' expected in WHILE statement");
@@ -173,11 +166,11 @@ int Engine::st_for() {
   MathParser::ClearError();
   if (!Expect('(')) return SyntaxError("'(' expected in FOR statement");
   symtab* v = nullptr;
-  if (ReadExpression(&read_pos_, v)) return 1;
+  if (!ReadExpression(&read_pos_, v)) return 1;
   Free(v);
   if (!Expect(';')) return SyntaxError("';' expected in FOR statement");
   char* condition_start = read_pos_;
-  if (ReadExpression(&read_pos_, v)) return 1;
+  if (!ReadExpression(&read_pos_, v)) return 1;
   const int increment = FirstLoopIncrement(v);
   Free(v);
   if (!Expect(';')) return SyntaxError("';' expected in FOR statement");
@@ -197,14 +190,14 @@ int Engine::st_foreach() {
   const bool on = IsFalse() == 0;
   if (!Expect('(')) return SyntaxError("'(' expected in FOREACH statement");
   SkipBlanks();
-  if (!std::isalpha(static_cast<unsigned char>(*read_pos_)))
+  if (!IsAlpha(*read_pos_))
     return SyntaxError("illegal variable name in FOREACH statement");
   const char* name_start = read_pos_;
   while (IsWordChar(*read_pos_)) ++read_pos_;
   std::string name(name_start, static_cast<std::size_t>(read_pos_ - name_start));
   if (!Expect('=')) return SyntaxError("'=' expected in FOREACH statement");
   symtab* array = nullptr;
-  if (ReadExpression(&read_pos_, array)) return 1;
+  if (!ReadExpression(&read_pos_, array)) return 1;
   int count = 0;
   symtab first;  // the value of the first pass
   if (array != nullptr) {
@@ -296,7 +289,7 @@ int Engine::st_function() {
     return fill_brace_expr();
   }
   SkipBlanks();
-  if (!std::isalpha(static_cast<unsigned char>(*read_pos_)))
+  if (!IsAlpha(*read_pos_))
     return SyntaxError("bad function name in FUNCTION statement");
   while (IsWordChar(*read_pos_)) ++read_pos_;
   if (!Expect('(')) return SyntaxError("'(' expected in FUNCTION statement");

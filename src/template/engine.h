@@ -106,15 +106,15 @@ class Engine {
   char* p_Fill(char** errors);
 
   // Fill loop and sources ----------------------------------------------------
-  int fill_buffer();
+  void fill_buffer();
   // Opens `text` as the innermost source; it lies in `owned` (a macro
   // expansion) or, when that is null, in the text of an outer source (a loop
   // body). Both this and Push return false when the fill must stop (the
   // source limit, a NUL byte in a file; reported).
   bool SetBuffer(char* text, std::unique_ptr<char[]> owned);
   bool Push(const char* filename);
-  // Reports a NUL byte at `at` in the current file; true (the fill stops).
-  bool ReportNul(char* at);
+  // Reports a NUL byte at `at` in the current file (the fill stops).
+  void ReportNul(char* at);
   // Ends the innermost source, or runs a loop's end when `at_loop_end`.
   // False when there is nothing more to read here: no source is left, an
   // "endloop" abandoned the text it stood in, or the fill must stop.
@@ -135,8 +135,8 @@ class Engine {
   // same. Null after a failed evaluation (the parser holds the message).
   symtab* EvaluateText(char** pos);
   // Reads the expression at *pos and evaluates it when execution is on
-  // (`value` null otherwise). Returns 1 after reporting a failed evaluation.
-  int ReadExpression(char** pos, symtab*& value);
+  // (`value` null otherwise). False after reporting a failed evaluation.
+  bool ReadExpression(char** pos, symtab*& value);
   // Reads one expression (in parentheses, or up to a terminator on the line)
   // and evaluates it when execution is on. `syntax_failed` is set when a
   // missing ')' was reported.
@@ -149,18 +149,25 @@ class Engine {
 
   // Helpers shared by the statements.
   // A keyword-only switch: sets `field` to `value` when execution is on.
-  int Switch(int& field, int value);
+  void Switch(int& field, int value);
   void SkipBlanks();
   bool Expect(char c);
+  // Reports a syntax error at the read position and skips the rest of the
+  // statement; gives the failing statement's result (1).
   int SyntaxError(const char* message);
-  int ReadFormat(std::string& format, char& letter, int& style, bool set_defaults);
-  int IncludeFile(bool as_statements, const char* keyword_message);
+  // Reads ", format [, style]" if present (always for the "format"
+  // statement); false after a reported error.
+  bool ReadFormat(std::string& format, char& letter, int& style, bool set_defaults);
+  // Reads the file name of "include" or "readfill" and pushes the file;
+  // false when the fill must stop.
+  bool IncludeFile(bool as_statements, const char* keyword_message);
   // The expansion of a call with its arguments at *pos; false when the call
   // is malformed (reported).
   bool ExpandMacro(Macro& macro, char** pos, std::unique_ptr<char[]>& text);
   const char* ReadMacroArguments(Macro& macro, char** p);
-  int ConditionHolds(const symtab* value) const;
-  int ReadCondition(symtab*& value);
+  bool ConditionHolds(const symtab* value) const;
+  // Reads a condition with evaluate(); false when the fill must stop.
+  bool ReadCondition(symtab*& value);
   bool OpenConditionLevel();
   bool OpenLoop(int false_increment);
 

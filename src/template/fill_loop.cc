@@ -35,8 +35,6 @@ struct StopTable {
 
 const StopTable kStops;
 
-char kEmptyText[1] = {'\0'};
-
 }  // namespace
 
 void Engine::WriteDeferredSpaces() {
@@ -53,7 +51,7 @@ void Engine::WriteText(const char* text, std::size_t n) {
   line_has_output_ = 1;
 }
 
-int Engine::fill_buffer() {
+void Engine::fill_buffer() {
   line_has_statement_ = line_has_output_ = 0;
   condition_depth_ = false_depth_ = 0;
   break_pending_ = continue_pending_ = false;
@@ -70,7 +68,7 @@ int Engine::fill_buffer() {
     while (read_pos_ != nullptr && *read_pos_ != '\0') {
       if (resume_brace_) {
         resume_brace_ = 0;
-        if (fill_brace()) return 1;
+        if (fill_brace()) return;
         continue;
       }
       const char c = *read_pos_;
@@ -95,7 +93,7 @@ int Engine::fill_buffer() {
       }
       if (c == '{') {
         ++read_pos_;
-        if (fill_brace()) return 1;
+        if (fill_brace()) return;
         continue;
       }
       if (off) {
@@ -121,7 +119,7 @@ int Engine::fill_buffer() {
       while (!stops[static_cast<unsigned char>(*read_pos_)]) ++read_pos_;
       WriteText(start, static_cast<std::size_t>(read_pos_ - start));
     }
-    if (!Pop(false)) return error_flag_;
+    if (!Pop(false)) return;
     current_output_->flush();
     // The construct that opened the nested source counts as a statement on
     // the outer line.
@@ -203,17 +201,17 @@ bool Engine::Push(const char* filename) {
   buffer_ = std::move(buffer);
   source_name_ = filename;
   const std::size_t nul = text.find('\0');
-  if (nul != std::string::npos) return !ReportNul(file_start_ + 1 + nul);
-  return true;
+  if (nul == std::string::npos) return true;
+  ReportNul(file_start_ + 1 + nul);
+  return false;
 }
 
-bool Engine::ReportNul(char* at) {
+void Engine::ReportNul(char* at) {
   // The text would end there without a word; a template never holds one.
   read_pos_ = at;
   error();
   error_stream_->puts("NUL byte in template");
   error_stream_->endl();
-  return true;
 }
 
 void Engine::RestoreFlags(const SourceFrame& f) {
@@ -304,11 +302,11 @@ bool Engine::Pop(bool at_loop_end) {
     symtab* v = nullptr;
     if (f->loop_step != nullptr) {
       char* pos = f->loop_step;
-      if (ReadExpression(&pos, v)) return false;
+      if (!ReadExpression(&pos, v)) return false;
       if (v != nullptr) v->Delete();
     }
     char* pos = f->loop_condition;
-    if (ReadExpression(&pos, v)) return false;
+    if (!ReadExpression(&pos, v)) return false;
     if (v != nullptr) {
       // The kind is not checked: the scalar field decides, NaN repeats.
       const bool again = !(v->value == 0.0) && !was_break;

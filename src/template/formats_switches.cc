@@ -10,6 +10,7 @@
 #include "quorvix/filler.h"
 #include "template/engine.h"
 #include "template/statement_table.h"
+#include "template/text_scan.h"
 #include "util/output_stream.h"
 
 namespace quorvix {
@@ -34,15 +35,14 @@ std::span<const StatementTable::Row> StatementTable::FormatsAndSwitches() {
   return kRows;
 }
 
-// Reads ", format [, style]" if present. Returns 1 after a reported error.
-int Engine::ReadFormat(std::string& format, char& letter, int& style, bool set_defaults) {
+bool Engine::ReadFormat(std::string& format, char& letter, int& style, bool set_defaults) {
   char* save = read_pos_;
   SkipBlanks();
   if (*read_pos_ == ',') {
     ++read_pos_;
   } else if (!set_defaults && !in_format_statement_) {
     read_pos_ = save;
-    return 0;
+    return true;
   }
   SkipBlanks();
   const char* p = read_pos_;
@@ -63,7 +63,7 @@ int Engine::ReadFormat(std::string& format, char& letter, int& style, bool set_d
     error_stream_->puts(kFormatWidthMessage);
     error_stream_->endl();
     recover();
-    return 1;
+    return false;
   };
   if (*p == '%') {
     ++p;
@@ -76,7 +76,7 @@ int Engine::ReadFormat(std::string& format, char& letter, int& style, bool set_d
     if (has_length) ++p;
     // With a length modifier printf would read a string as a wide one.
     const bool wide = has_length && (*p == 's' || *p == 'S' || *p == 'c' || *p == 'C');
-    if (!std::isalpha(static_cast<unsigned char>(*p)) || wide) {
+    if (!IsAlpha(*p) || wide) {
       read_pos_ = const_cast<char*>(p);
       error();
       error_stream_->puts("illegal format specifier '");
@@ -84,7 +84,7 @@ int Engine::ReadFormat(std::string& format, char& letter, int& style, bool set_d
       error_stream_->puts("'");
       error_stream_->endl();
       recover();
-      return 1;
+      return false;
     }
     char l = *p == 'S' ? 's' : *p == 'C' ? 'c' : *p;
     std::string text(read_pos_, static_cast<std::size_t>(p - read_pos_));
@@ -102,13 +102,13 @@ int Engine::ReadFormat(std::string& format, char& letter, int& style, bool set_d
       if (l == 's') style = 1;
     }
     read_pos_ = const_cast<char*>(p);
-  } else if (std::isalpha(static_cast<unsigned char>(*p))) {
+  } else if (IsAlpha(*p)) {
     // A style keyword where the format belongs sets the style alone.
     for (const auto& [word, value] : {std::pair{"list", 1}, {"array", 2}, {"matrix", 3}}) {
       if (in_format_statement_ && MatchKeyword(p, word)) {
         if (set_defaults) format_style_ = value;
         read_pos_ = const_cast<char*>(p + std::strlen(word));
-        return 0;
+        return true;
       }
     }
     char l = static_cast<char>(std::tolower(static_cast<unsigned char>(*p)));
@@ -205,7 +205,7 @@ int Engine::ReadFormat(std::string& format, char& letter, int& style, bool set_d
       error_stream_->puts("'");
       error_stream_->endl();
       recover();
-      return 1;
+      return false;
     }
     read_pos_ = const_cast<char*>(p);
     if (set_defaults) {
@@ -227,14 +227,14 @@ int Engine::ReadFormat(std::string& format, char& letter, int& style, bool set_d
     error_stream_->puts("'");
     error_stream_->endl();
     recover();
-    return 1;
+    return false;
   }
 
   save = read_pos_;
   SkipBlanks();
   if (*read_pos_ != ',') {
     read_pos_ = save;
-    return 0;
+    return true;
   }
   ++read_pos_;
   SkipBlanks();
@@ -245,14 +245,14 @@ int Engine::ReadFormat(std::string& format, char& letter, int& style, bool set_d
       else
         style = value;
       read_pos_ += std::strlen(word);
-      return 0;
+      return true;
     }
   }
   error();
   error_stream_->puts("illegal format specifier");
   error_stream_->endl();
   recover();
-  return 1;
+  return false;
 }
 
 int Engine::st_format() {
@@ -261,20 +261,31 @@ int Engine::st_format() {
   int style = format_style_;
   // The comma after the keyword is optional here.
   in_format_statement_ = true;
-  int r = ReadFormat(unused, letter, style, IsFalse() == 0);
+  const bool ok = ReadFormat(unused, letter, style, IsFalse() == 0);
   in_format_statement_ = false;
-  return r;
+  return ok ? 0 : 1;
 }
 
-int Engine::Switch(int& field, int value) {
+void Engine::Switch(int& field, int value) {
   if (IsFalse() == 0) field = value;
+}
+
+int Engine::st_safe_quotes_on() {
+  Switch(safe_quotes_, 1);
   return 0;
 }
-
-int Engine::st_safe_quotes_on() { return Switch(safe_quotes_, 1); }
-int Engine::st_safe_quotes_off() { return Switch(safe_quotes_, 0); }
-int Engine::st_max_compatibility_on() { return Switch(max_compatibility_, 1); }
-int Engine::st_max_compatibility_off() { return Switch(max_compatibility_, 0); }
+int Engine::st_safe_quotes_off() {
+  Switch(safe_quotes_, 0);
+  return 0;
+}
+int Engine::st_max_compatibility_on() {
+  Switch(max_compatibility_, 1);
+  return 0;
+}
+int Engine::st_max_compatibility_off() {
+  Switch(max_compatibility_, 0);
+  return 0;
+}
 
 int Engine::st_escape_characters_on() {
   if (IsFalse() == 0) parser_->AllowEscapeCharactersInStrings(true);

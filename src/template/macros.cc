@@ -19,12 +19,6 @@ namespace quorvix {
 
 namespace {
 
-bool IsWordChar(char c) {
-  return std::isalnum(static_cast<unsigned char>(c)) || c == '_';
-}
-
-bool IsAlpha(char c) { return std::isalpha(static_cast<unsigned char>(c)) != 0; }
-
 bool Readable(const Policy& policy, const std::string& path) {
   std::FILE* f = policy.OpenFile(path, FileMode::kRead, nullptr);
   if (f == nullptr) return false;
@@ -205,27 +199,26 @@ int Engine::st_ifdef() {
   return 0;
 }
 
-// Reads the file name of "include" or "readfill" and pushes the file.
-// Returns 1 when the fill must stop; sets `pushed` when a file was opened.
-int Engine::IncludeFile(bool as_statements, const char* keyword_message) {
+bool Engine::IncludeFile(bool as_statements, const char* keyword_message) {
   const bool on = IsFalse() == 0;
   bool syntax_failed = false;
   symtab* v = evaluate(&syntax_failed);
-  if (syntax_failed) return 1;
+  if (syntax_failed) return false;
   if (on && v == nullptr) {
     expression_error(parser_);
-    return 1;
+    return false;
   }
   if (on && !(v->type == SYM_STRINGS && v->num_strings == 1)) {
     v->Delete();
-    return SyntaxError(keyword_message);
+    SyntaxError(keyword_message);
+    return false;
   }
   std::string name = v != nullptr ? v->str_list[0] : "";
   if (v != nullptr) v->Delete();
   SkipBlanks();
   if (*read_pos_ == ';') ++read_pos_;
   SkipBlanks();
-  if (!on) return 0;
+  if (!on) return true;
 
   line_has_statement_ = line_has_output_ = 0;
   std::string path = FindInclude(parser_->policy(), name);
@@ -233,15 +226,15 @@ int Engine::IncludeFile(bool as_statements, const char* keyword_message) {
     error();
     error_stream_->puts(("The file \"" + name + "\" is not in the include path").c_str());
     error_stream_->endl();
-    return 1;
+    return false;
   }
   const std::size_t depth_before = sources_.size();
   const int saved_resume = resume_brace_;
   resume_brace_ = 1;
-  if (!Push(path.c_str())) return 1;
+  if (!Push(path.c_str())) return false;
   if (sources_.size() == depth_before) {
     resume_brace_ = saved_resume;  // the file could not be read; reported
-    return 0;
+    return true;
   }
   if (as_statements) {
     line_has_statement_ = 1;
@@ -249,15 +242,15 @@ int Engine::IncludeFile(bool as_statements, const char* keyword_message) {
   } else {
     --read_pos_;  // onto the '}' in front of the file's text
   }
-  return 0;
+  return true;
 }
 
 int Engine::st_include() {
-  return IncludeFile(false, "string value required in INCLUDE statement");
+  return IncludeFile(false, "string value required in INCLUDE statement") ? 0 : 1;
 }
 
 int Engine::st_readfill() {
-  return IncludeFile(true, "string value required in READFILL statement");
+  return IncludeFile(true, "string value required in READFILL statement") ? 0 : 1;
 }
 
 int Engine::st_path() {
