@@ -83,9 +83,7 @@ static bool ParseParameters(char** pos, Macro& macro, std::string& message) {
       continue;
     }
     if (*p == ')') break;
-    // The message text is fixed; it is split only to keep one long word whole
-    // out of searches of the source.
-    message = "illegal parameter speci" "fication in macro definition";
+    message = "illegal parameter specification in macro definition";
     *pos = p;
     return false;
   }
