@@ -53,9 +53,9 @@ int Engine::fill_brace() {
         ++read_pos_;
       }
     } else {
-      StatementTable::Handler handler = &Engine::fill_brace_expr;
+      int (Engine::*handler)() = &Engine::fill_brace_expr;
       statement_start_ = read_pos_;
-      for (const auto& entry : StatementTable::ForLetter(lower)) {
+      for (const StatementEntry& entry : StatementsForLetter(lower)) {
         if (MatchKeyword(read_pos_, entry.row.keyword)) {
           handler = entry.row.handler;
           read_pos_ += entry.length;  // the handler starts behind its keyword

@@ -28,8 +28,8 @@ void Free(symtab* v) {
 
 }  // namespace
 
-std::span<const StatementTable::Row> StatementTable::ControlFlow() {
-  static const Row kRows[] = {
+std::span<const StatementRow> ControlFlowStatements() {
+  static const StatementRow kRows[] = {
       {"if", &Engine::st_if},
       {"elseif", &Engine::st_elseif},
       {"else", &Engine::st_else},

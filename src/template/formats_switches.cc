@@ -22,8 +22,8 @@ constexpr const char* kFormatWidthMessage = "format width too large (limit 1000)
 
 }  // namespace
 
-std::span<const StatementTable::Row> StatementTable::FormatsAndSwitches() {
-  static const Row kRows[] = {
+std::span<const StatementRow> FormatAndSwitchStatements() {
+  static const StatementRow kRows[] = {
       {"format", &Engine::st_format},
       {"safe_quotes_on", &Engine::st_safe_quotes_on},
       {"safe_quotes_off", &Engine::st_safe_quotes_off},

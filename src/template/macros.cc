@@ -49,8 +49,8 @@ std::string FindInclude(const Policy& policy, const std::string& name) {
 
 }  // namespace
 
-std::span<const StatementTable::Row> StatementTable::MacrosAndInclusion() {
-  static const Row kRows[] = {
+std::span<const StatementRow> MacroAndIncludeStatements() {
+  static const StatementRow kRows[] = {
       {"define", &Engine::st_define},
       {"undef", &Engine::st_undef},
       {"ifdef", &Engine::st_ifdef},

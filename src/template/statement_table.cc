@@ -7,34 +7,36 @@
 
 namespace quorvix {
 
+// The statement families, each defined in its own unit. A new family is a
+// unit with its table and a line in each of these two lists.
+std::span<const StatementRow> ControlFlowStatements();      // control_flow.cc
+std::span<const StatementRow> MacroAndIncludeStatements();  // macros.cc
+std::span<const StatementRow> FormatAndSwitchStatements();  // formats_switches.cc
+
 namespace {
 
-using Family = std::span<const StatementTable::Row> (*)();
-
-// The statement families: a new family is a unit with its table and a line
-// here. A keyword matches only before a non-word character, so the order of
-// the rows does not matter.
-constexpr Family kFamilies[] = {
-    &StatementTable::ControlFlow,
-    &StatementTable::MacrosAndInclusion,
-    &StatementTable::FormatsAndSwitches,
+// A keyword matches only before a non-word character, so the order of the
+// families and of their rows does not matter.
+constexpr StatementFamily kFamilies[] = {
+    &ControlFlowStatements,
+    &MacroAndIncludeStatements,
+    &FormatAndSwitchStatements,
 };
 
 struct ByLetter {
-  std::array<std::vector<StatementTable::Entry>, 26> entries;
+  std::array<std::vector<StatementEntry>, 26> entries;
   ByLetter() {
-    for (Family family : kFamilies) {
-      for (const StatementTable::Row& r : family()) {
+    for (StatementFamily family : kFamilies) {
+      for (const StatementRow& r : family())
         entries[static_cast<std::size_t>(r.keyword[0] - 'a')].push_back(
             {r, std::strlen(r.keyword)});
-      }
     }
   }
 };
 
 }  // namespace
 
-std::span<const StatementTable::Entry> StatementTable::ForLetter(char lower) {
+std::span<const StatementEntry> StatementsForLetter(char lower) {
   static const ByLetter table;
   if (lower < 'a' || lower > 'z') return {};
   return table.entries[static_cast<std::size_t>(lower - 'a')];
