@@ -6,7 +6,6 @@
 #include <functional>
 #include <string>
 
-#include "quorvix/filler.h"
 #include "template/engine.h"
 #include "template/engine_types.h"
 #include "template/expression_cache.h"

@@ -5,8 +5,8 @@
 #include <string>
 
 #include "quorvix/filler.h"
-#include "template/engine.h"
 #include "quorvix/user_function.h"
+#include "template/engine.h"
 #include "template/engine_types.h"
 #include "template/statement_table.h"
 #include "template/text_scan.h"

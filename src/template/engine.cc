@@ -5,7 +5,6 @@
 #include <cstring>
 #include <new>
 
-#include "quorvix/filler.h"
 #include "template/engine_types.h"
 #include "template/expression_cache.h"
 #include "template/text_scan.h"

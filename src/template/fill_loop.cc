@@ -8,7 +8,6 @@
 #include <cstring>
 #include <string>
 
-#include "quorvix/filler.h"
 #include "template/engine.h"
 #include "template/engine_types.h"
 #include "template/text_scan.h"

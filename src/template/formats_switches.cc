@@ -7,7 +7,6 @@
 #include <cstring>
 #include <string>
 
-#include "quorvix/filler.h"
 #include "template/engine.h"
 #include "template/statement_table.h"
 #include "template/text_scan.h"
