@@ -8,7 +8,6 @@
 #ifndef QUORVIX_FILLER_H
 #define QUORVIX_FILLER_H
 
-#include <map>
 #include <memory>
 #include <string>
 #include <vector>
@@ -17,13 +16,9 @@
 #include "quorvix/symtab.h"
 
 class ostream_fast;
-class ostrstream_fast;
 
 namespace quorvix {
-struct Macro;
-struct SourceFrame;
-struct StatementTable;
-class ExpressionCache;
+class Engine;
 }  // namespace quorvix
 
 class FillerBase {
@@ -32,6 +27,8 @@ class FillerBase {
 
   FillerBase();
   explicit FillerBase(MathParser* parser);
+  // A copy has its own macros, switches and formats, and its own parser when
+  // the original owns one.
   FillerBase(const FillerBase& other);
   FillerBase& operator=(const FillerBase& other);
   virtual ~FillerBase();
@@ -39,19 +36,19 @@ class FillerBase {
   virtual char* Fill(const char* text, char** errors) = 0;
 
   symtab* GetReturnCode();
-  MathParser* GetMathParser() { return parser_; }
+  MathParser* GetMathParser();
   static int CheckForBreak() { return 0; }
-  void SafeQuotes(int on) { safe_quotes_ = on; }
+  void SafeQuotes(int on);
   static void AllowInlineFunctions(bool on);
   static bool InlineFunctionsAllowed();
-  int AttachNoteIdx() const { return attach_note_idx_; }
-  int AttachNoteOn() const { return attach_note_on_; }
-  int AutoFillReport() const { return auto_fill_report_; }
-  double StartTime() const { return start_time_; }
-  double EndTime() const { return end_time_; }
-  double DefaultIncr() const { return default_incr_; }
-  bool GetAnimationEnabled() const { return animation_enabled_; }
-  void SetAnimationEnabled(bool on) { animation_enabled_ = on; }
+  int AttachNoteIdx() const;
+  int AttachNoteOn() const;
+  int AutoFillReport() const;
+  double StartTime() const;
+  double EndTime() const;
+  double DefaultIncr() const;
+  bool GetAnimationEnabled() const;
+  void SetAnimationEnabled(bool on);
 
   // Host macros: "name,params)body"; stored under the bare name.
   int DefineMacro(char* definition);
@@ -67,154 +64,7 @@ class FillerBase {
   static ostream_fast* CurrentFillStream();
 
  protected:
-  // The common body of a fill; returns the error text (new[]) or null.
-  char* p_Fill(char** errors);
-  // Fills from `start` (inside `buffer`, which stays the caller's); `name`
-  // is the file the text is reported as, empty for a caller's text.
-  char* RunFill(char* buffer, char* start, const std::string& name, char** errors);
-  char* RunFill(const char* text, char** errors);
-
-  // Fill loop and sources ----------------------------------------------------
-  int fill_buffer();
-  // Both return false when the source stack is full (the error is reported).
-  bool SetBuffer(char* text, int owned);
-  bool Push(const char* filename);
-  int Pop(int at_loop_end, MathParser* parser);
-  ostream_fast* p_PopStream();
-  int IsFalse() const {
-    return break_pending_ || continue_pending_ ? 1000 : false_depth_;
-  }
-
-  // Brace groups and expressions ----------------------------------------------
-  int fill_brace();
-  int fill_brace_expr();
-  // Reads an expression with its optional format and style and appends the
-  // value's text; false when the fill must stop (the error is reported).
-  bool expr_to_string(std::string& text);
-  char* balance(char** pos);
-  std::string BalanceText(char** pos);
-  // Balances and evaluates the expression at *pos (execution must be on).
-  // Loop bodies are read again on every pass, so the parsed expression is
-  // remembered by its place in the text and reused while that text is the
-  // same. Null after a failed evaluation (the parser holds the message).
-  symtab* EvaluateText(char** pos);
-  // Reads the expression at *pos and evaluates it when execution is on
-  // (`value` null otherwise). Returns 1 after reporting a failed evaluation.
-  int ReadExpression(char** pos, symtab*& value);
-  // Reads one expression (in parentheses, or up to a terminator on the line)
-  // and evaluates it when execution is on. `syntax_failed` is set when a
-  // missing ')' was reported.
-  symtab* evaluate(bool* syntax_failed = nullptr);
-  void error();
-  void expression_error(MathParser* parser);
-  void recover();
-  void WriteDeferredSpaces();
-  void WriteText(const char* text, std::size_t n);
-
-  // Statements ---------------------------------------------------------------
-  friend struct quorvix::StatementTable;
-  int st_if();
-  int st_elseif();
-  int st_else();
-  int st_endif();
-  int st_while();
-  int st_for();
-  int st_foreach();
-  int st_endloop();
-  int st_break();
-  int st_continue();
-  int st_exit();
-  int st_return();
-  int st_function();
-  int st_format();
-  int st_define();
-  int st_undef();
-  int st_ifdef();
-  int st_include();
-  int st_readfill();
-  int st_path();
-  int st_safe_quotes_on();
-  int st_safe_quotes_off();
-  int st_max_compatibility_on();
-  int st_max_compatibility_off();
-  int st_escape_characters_on();
-  int st_escape_characters_off();
-
-  // Helpers shared by the statements.
-  // A keyword-only switch: sets `field` to `value` when execution is on.
-  int Switch(const char* keyword, int& field, int value);
-  void SkipBlanks();
-  bool Expect(char c);
-  int SyntaxError(const char* message);
-  int ReadFormat(std::string& format, char& letter, int& style, bool set_defaults);
-  int IncludeFile(bool as_statements, const char* keyword_message);
-  char* ExpandMacro(quorvix::Macro& macro, char** pos, int* status);
-  const char* ReadMacroArguments(quorvix::Macro& macro, char** p);
-  int ConditionHolds(const symtab* value) const;
-  int ReadCondition(symtab*& value);
-  bool OpenConditionLevel();
-  bool OpenLoop(int false_increment);
-
-  bool PushFrame(quorvix::SourceFrame*& out);
-  void LinkFrame(quorvix::SourceFrame* f);
-  void RestoreFlags(const quorvix::SourceFrame& f);
-  int NoSourceLeft();
-  // Counts one more pass of a loop; false (reported) past the limit.
-  bool CountLoopPass();
-  int PopPlain();
-
-  void CopyState(const FillerBase& other);
-  void DeleteSources();
-  void DeleteOutputStack();
-
-  // State ------------------------------------------------------------------------
-  symtab* return_code_ = nullptr;
-  std::unique_ptr<ostrstream_fast> error_stream_;
-  int page_state_[3] = {-1, 25, 0};
-  int buffer_owned_ = 0;
-  quorvix::SourceFrame* source_top_ = nullptr;
-  ostream_fast* current_output_ = nullptr;
-  ostream_fast* base_output_ = nullptr;
-  MathParser* parser_ = nullptr;
-  std::string source_name_;
-  int deferred_spaces_ = 0;
-  int owns_parser_ = 0;
-  int margins_[4] = {0, -1, 0, -1};
-  std::map<std::string, std::unique_ptr<quorvix::Macro>> macros_;
-  int safe_quotes_ = 0;
-  int max_compatibility_ = 0;
-  char* read_pos_ = nullptr;
-  char* buffer_start_ = nullptr;
-  char* pending_assignment_ = nullptr;
-  int error_flag_ = 0;
-  int line_has_statement_ = 0;
-  int resume_brace_ = 0;
-  int line_has_output_ = 0;
-  int condition_depth_ = 0;
-  std::unique_ptr<int[]> condition_stack_;
-  int false_depth_ = 0;
-  std::string number_format_ = "%g";
-  std::string string_format_ = "%s";
-  int format_style_ = 1;
-  char format_letter_ = 'g';
-  std::vector<ostream_fast*> output_stack_;
-  float start_time_ = 0.0f;
-  float end_time_ = 0.0f;
-  float default_incr_ = 0.0f;
-  int attach_note_idx_ = -1;
-  int attach_note_on_ = -1;
-  int auto_fill_report_ = 0;
-  bool animation_enabled_ = false;
-  bool break_pending_ = false;
-  bool continue_pending_ = false;
-  // Nesting of sources opened by this fill (includes, macros, loops).
-  int source_depth_ = 0;
-  // Set when an "endloop" abandoned a source and reading went back to plain
-  // text: the brace group being read is over.
-  bool leave_group_ = false;
-  bool in_format_statement_ = false;
-  long long loop_passes_ = 0;
-  std::unique_ptr<quorvix::ExpressionCache> expression_cache_;
+  std::unique_ptr<quorvix::Engine> engine_;
 };
 
 class Filler : public FillerBase {

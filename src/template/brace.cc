@@ -3,9 +3,10 @@
 #include <algorithm>
 #include <cctype>
 #include <cstring>
+#include <functional>
 #include <string>
 
-#include "quorvix/filler.h"
+#include "template/engine.h"
 #include "template/engine_types.h"
 #include "template/expression_cache.h"
 #include "template/statement_table.h"
@@ -13,36 +14,20 @@
 #include "quorvix/value_format.h"
 #include "util/output_stream.h"
 
-namespace {
+namespace quorvix {
 
-char kEmptyText[1] = {'\0'};
-
-constexpr long kMaxFormatWidth = 1000;
-constexpr const char* kFormatWidthMessage = "format width too large (limit 1000)";
-
-bool IsWordChar(char c) {
-  return std::isalnum(static_cast<unsigned char>(c)) || c == '_';
-}
-
-}  // namespace
-
-// White space as the C locale has it, without a call per character.
-static inline bool IsBlank(char c) {
-  return c == ' ' || c == '\t' || c == '\n' || c == '\r' || c == '\v' || c == '\f';
-}
-
-void FillerBase::SkipBlanks() {
+void Engine::SkipBlanks() {
   while (IsBlank(*read_pos_)) ++read_pos_;
 }
 
-bool FillerBase::Expect(char c) {
+bool Engine::Expect(char c) {
   SkipBlanks();
   if (*read_pos_ != c) return false;
   ++read_pos_;
   return true;
 }
 
-int FillerBase::SyntaxError(const char* message) {
+int Engine::SyntaxError(const char* message) {
   error();
   error_stream_->puts(message);
   error_stream_->endl();
@@ -50,7 +35,7 @@ int FillerBase::SyntaxError(const char* message) {
   return 1;
 }
 
-int FillerBase::fill_brace() {
+int Engine::fill_brace() {
   if (!line_has_output_) line_has_statement_ = 1;
   SkipBlanks();
   while (*read_pos_ != '\0' && *read_pos_ != '}') {
@@ -67,10 +52,12 @@ int FillerBase::fill_brace() {
         ++read_pos_;
       }
     } else {
-      quorvix::StatementTable::Handler handler = &FillerBase::fill_brace_expr;
-      for (const auto& row : quorvix::StatementTable::ForLetter(lower)) {
-        if (quorvix::MatchKeyword(read_pos_, row.keyword)) {
-          handler = row.handler;
+      int (Engine::*handler)() = &Engine::fill_brace_expr;
+      statement_start_ = read_pos_;
+      for (const StatementEntry& entry : StatementsForLetter(lower)) {
+        if (MatchKeyword(read_pos_, entry.row.keyword)) {
+          handler = entry.row.handler;
+          read_pos_ += entry.length;  // the handler starts behind its keyword
           break;
         }
       }
@@ -94,7 +81,7 @@ int FillerBase::fill_brace() {
   return 0;
 }
 
-int FillerBase::fill_brace_expr() {
+int Engine::fill_brace_expr() {
   if (!macros_.empty()) {
     const char* p = read_pos_;
     while (IsWordChar(*p)) ++p;
@@ -104,21 +91,15 @@ int FillerBase::fill_brace_expr() {
       auto it = macros_.find(key);
       if (it != macros_.end() && it->second != nullptr) {
         char* pos = const_cast<char*>(p);
-        int status = 0;
-        char* expanded = ExpandMacro(*it->second, &pos, &status);
-        if (expanded == nullptr) return status;
+        std::unique_ptr<char[]> expanded;
+        if (!ExpandMacro(*it->second, &pos, expanded)) return 1;
         read_pos_ = pos;
         SkipBlanks();
-        if (*read_pos_ != '}') {
-          delete[] expanded;
-          return SyntaxError("'}' expected after macro call");
-        }
-        if (IsFalse()) {
-          delete[] expanded;
-          return 0;
-        }
+        if (*read_pos_ != '}') return SyntaxError("'}' expected after macro call");
+        if (IsFalse()) return 0;
         ++read_pos_;
-        return SetBuffer(expanded, 1) ? 0 : 1;
+        char* text = expanded.get();
+        return SetBuffer(text, std::move(expanded)) ? 0 : 1;
       }
     }
   }
@@ -128,199 +109,11 @@ int FillerBase::fill_brace_expr() {
   return 0;
 }
 
-// Reads ", format [, style]" if present. Returns 1 after a reported error.
-int FillerBase::ReadFormat(std::string& format, char& letter, int& style, bool set_defaults) {
-  char* save = read_pos_;
-  SkipBlanks();
-  if (*read_pos_ == ',') {
-    ++read_pos_;
-  } else if (!set_defaults && !in_format_statement_) {
-    read_pos_ = save;
-    return 0;
-  }
-  SkipBlanks();
-  const char* p = read_pos_;
-  // Widths and precisions are bounded: a huge one would write gigabytes.
-  bool too_wide = false;
-  auto run = [&p, &too_wide]() {
-    long value = 0;
-    while (std::isdigit(static_cast<unsigned char>(*p)) || *p == '+' || *p == '-') {
-      if (std::isdigit(static_cast<unsigned char>(*p))) value = std::min(value * 10 + (*p - '0'), 1000000L);
-      ++p;
-    }
-    if (value > kMaxFormatWidth) too_wide = true;
-  };
-  auto width_error = [&]() {
-    read_pos_ = const_cast<char*>(p);
-    error();
-    error_stream_->puts(kFormatWidthMessage);
-    error_stream_->endl();
-    recover();
-    return 1;
-  };
-  if (*p == '%') {
-    ++p;
-    while (*p == ' ') ++p;
-    run();
-    if (*p == '.') ++p;
-    run();
-    if (too_wide) return width_error();
-    if (*p == 'l') ++p;
-    if (!std::isalpha(static_cast<unsigned char>(*p))) {
-      read_pos_ = const_cast<char*>(p);
-      error();
-      error_stream_->puts("illegal format specifier '");
-      error_stream_->put(*p);
-      error_stream_->puts("'");
-      error_stream_->endl();
-      recover();
-      return 1;
-    }
-    char l = *p == 'S' ? 's' : *p == 'C' ? 'c' : *p;
-    std::string text(read_pos_, static_cast<std::size_t>(p - read_pos_));
-    text += l;
-    ++p;
-    letter = l;
-    if (set_defaults) {
-      if (l == 's')
-        string_format_ = text;
-      else
-        number_format_ = text;
-      format_letter_ = static_cast<char>(std::tolower(static_cast<unsigned char>(l)));
-    } else {
-      format = text;
-      if (l == 's') style = 1;
-    }
-    read_pos_ = const_cast<char*>(p);
-  } else if (std::isalpha(static_cast<unsigned char>(*p))) {
-    // A style keyword where the format belongs sets the style alone.
-    for (const auto& [word, value] : {std::pair{"list", 1}, {"array", 2}, {"matrix", 3}}) {
-      if (in_format_statement_ && quorvix::MatchKeyword(p, word)) {
-        if (set_defaults) format_style_ = value;
-        read_pos_ = const_cast<char*>(p + std::strlen(word));
-        return 0;
-      }
-    }
-    char l = static_cast<char>(std::tolower(static_cast<unsigned char>(*p)));
-    ++p;
-    const char* wstart = p;
-    run();
-    bool has_width = p != wstart && std::isdigit(static_cast<unsigned char>(p[-1]));
-    int width = has_width ? -std::atoi(wstart) : 0;
-    bool has_prec = false;
-    int prec = 0;
-    if (*p == '.') {
-      ++p;
-      const char* pstart = p;
-      while (std::isdigit(static_cast<unsigned char>(*p))) ++p;
-      has_prec = p != pstart;
-      if (has_prec && (p - pstart > 7 || std::atoi(pstart) > kMaxFormatWidth)) too_wide = true;
-      prec = has_prec && !too_wide ? std::atoi(pstart) : 0;
-    }
-    if (too_wide) return width_error();
-    auto floating = [&](char conv) {
-      char buf[64];
-      if (has_width && has_prec)
-        std::snprintf(buf, sizeof buf, "%%%d.%d%c", width, prec, conv);
-      else if (has_width)
-        std::snprintf(buf, sizeof buf, "%%%d%c", width, conv);
-      else if (has_prec)
-        std::snprintf(buf, sizeof buf, "%%0.%d%c", prec, conv);
-      else
-        std::snprintf(buf, sizeof buf, "%%%c", conv);
-      return std::string(buf);
-    };
-    auto integral = [&](char conv, char plain) {
-      char buf[64];
-      if (has_width)
-        std::snprintf(buf, sizeof buf, "%%%d%c", width, conv);
-      else
-        std::snprintf(buf, sizeof buf, "%%%c", plain);
-      return std::string(buf);
-    };
-    std::string text;
-    char new_letter = l;
-    bool is_string = false;
-    bool ok = true;
-    if (in_format_statement_) {
-      switch (l) {
-        case 'a': text = integral('s', 's'); new_letter = 's'; is_string = true; break;
-        case 'd': case 'f': text = floating('f'); new_letter = 'f'; break;
-        case 'e': case 'g': text = floating(l); break;
-        default: ok = false;
-      }
-    } else {
-      switch (l) {
-        case 'e': case 'f': case 'g': text = floating(l); break;
-        case 'd': case 'i': text = integral('d', 'd'); break;
-        case 'o': text = integral('o', 'd'); break;
-        case 'x': text = integral('x', 'd'); break;
-        case 'a': text = integral('s', 's'); new_letter = 's'; is_string = true; break;
-        default: ok = false;
-      }
-    }
-    if (!ok) {
-      read_pos_ = const_cast<char*>(p - 1);
-      error();
-      error_stream_->puts("illegal format specifier '");
-      error_stream_->put(l);
-      error_stream_->puts("'");
-      error_stream_->endl();
-      recover();
-      return 1;
-    }
-    read_pos_ = const_cast<char*>(p);
-    if (set_defaults) {
-      if (is_string)
-        string_format_ = text;
-      else
-        number_format_ = text;
-      format_letter_ = new_letter;
-    } else {
-      format = text;
-      letter = new_letter;
-      if (is_string) style = 1;
-    }
-  } else {
-    read_pos_ = const_cast<char*>(p);
-    error();
-    error_stream_->puts("illegal format specifier '");
-    if (*p) error_stream_->put(*p);
-    error_stream_->puts("'");
-    error_stream_->endl();
-    recover();
-    return 1;
-  }
 
-  save = read_pos_;
-  SkipBlanks();
-  if (*read_pos_ != ',') {
-    read_pos_ = save;
-    return 0;
-  }
-  ++read_pos_;
-  SkipBlanks();
-  for (const auto& [word, value] : {std::pair{"list", 1}, {"array", 2}, {"matrix", 3}}) {
-    if (quorvix::MatchKeyword(read_pos_, word)) {
-      if (set_defaults)
-        format_style_ = value;
-      else
-        style = value;
-      read_pos_ += std::strlen(word);
-      return 0;
-    }
-  }
-  error();
-  error_stream_->puts("illegal format specifier");
-  error_stream_->endl();
-  recover();
-  return 1;
-}
-
-symtab* FillerBase::EvaluateText(char** pos) {
+symtab* Engine::EvaluateText(char** pos) {
   char* start = *pos;
   const bool escapes = parser_->AllowEscapeCharactersInStrings();
-  if (!expression_cache_) expression_cache_ = std::make_unique<quorvix::ExpressionCache>();
+  if (!expression_cache_) expression_cache_ = std::make_unique<ExpressionCache>();
   if (auto* e = expression_cache_->Find(start, escapes)) {
     const std::size_t length = e->source.size() - 1;
     *pos = start + length;
@@ -335,19 +128,19 @@ symtab* FillerBase::EvaluateText(char** pos) {
   return value;
 }
 
-int FillerBase::ReadExpression(char** pos, symtab*& value) {
+bool Engine::ReadExpression(char** pos, symtab*& value) {
   value = nullptr;
   if (IsFalse() != 0) {
     BalanceText(pos);
-    return 0;
+    return true;
   }
   value = EvaluateText(pos);
-  if (value != nullptr) return 0;
+  if (value != nullptr) return true;
   expression_error(parser_);
-  return 1;
+  return false;
 }
 
-bool FillerBase::expr_to_string(std::string& text) {
+bool Engine::expr_to_string(std::string& text) {
   symtab* value = nullptr;
   if (IsFalse() != 0) {
     BalanceText(&read_pos_);
@@ -371,7 +164,7 @@ bool FillerBase::expr_to_string(std::string& text) {
   }
   format = is_string ? string_format_ : number_format_;
   if (is_string) letter = 's';
-  if (ReadFormat(format, letter, style, false)) {
+  if (!ReadFormat(format, letter, style, false)) {
     if (value) value->Delete();
     return false;
   }
@@ -384,14 +177,14 @@ bool FillerBase::expr_to_string(std::string& text) {
     value->Delete();
     return false;
   }
-  quorvix::ValueFormat vf;
+  ValueFormat vf;
   vf.letter = letter;
-  vf.style = static_cast<quorvix::FormatStyle>(style);
+  vf.style = static_cast<FormatStyle>(style);
   if (is_string)
     vf.string_format = format;
   else
     vf.number_format = format;
-  bool ok = quorvix::FormatValue(*value, vf, text);
+  bool ok = FormatValue(*value, vf, text);
   value->Delete();
   if (!ok) {
     error();
@@ -404,26 +197,16 @@ bool FillerBase::expr_to_string(std::string& text) {
   return true;
 }
 
-int FillerBase::st_format() {
-  read_pos_ += std::strlen("format");
-  std::string unused;
-  char letter = format_letter_;
-  int style = format_style_;
-  // The comma after the keyword is optional here.
-  in_format_statement_ = true;
-  int r = ReadFormat(unused, letter, style, IsFalse() == 0);
-  in_format_statement_ = false;
-  return r;
-}
 
-std::string FillerBase::BalanceText(char** pos) {
+std::string Engine::BalanceText(char** pos, bool within_line) {
   const char* p = *pos;
   const char* start = p;
+  const char stop = within_line ? '\n' : '\0';
   int depth = 0;
-  while (*p != '\0') {
+  while (*p != '\0' && *p != stop) {
     char c = *p;
     if (c == '"') {
-      p = quorvix::SkipQuoted(p);
+      p = SkipQuoted(p, stop);
       continue;
     }
     if (depth == 0 && (c == ';' || c == '}' || c == ',' || c == ')')) break;
@@ -435,14 +218,7 @@ std::string FillerBase::BalanceText(char** pos) {
   return std::string(start, static_cast<std::size_t>(p - start));
 }
 
-char* FillerBase::balance(char** pos) {
-  std::string text = BalanceText(pos);
-  char* out = new char[text.size() + 1];
-  std::memcpy(out, text.c_str(), text.size() + 1);
-  return out;
-}
-
-symtab* FillerBase::evaluate(bool* syntax_failed) {
+symtab* Engine::evaluate(bool* syntax_failed) {
   if (syntax_failed != nullptr) *syntax_failed = false;
   MathParser::ClearError();
   parser_->SetErrorMessage(nullptr);
@@ -459,26 +235,27 @@ symtab* FillerBase::evaluate(bool* syntax_failed) {
     ++read_pos_;
   } else {
     // Up to the first unnested terminator, never beyond the line end.
-    char* line_end = std::strchr(read_pos_, '\n');
-    char saved = 0;
-    if (line_end != nullptr) {
-      saved = *line_end;
-      *line_end = '\0';
-    }
-    text = BalanceText(&read_pos_);
-    if (line_end != nullptr) *line_end = saved;
+    text = BalanceText(&read_pos_, true);
   }
   return IsFalse() == 0 ? parser_->Evaluate(text.data()) : nullptr;
 }
 
-void FillerBase::error() {
+void Engine::error() {
   if (!source_name_.empty()) {
     error_stream_->puts("in file:  ");
     error_stream_->puts(source_name_.c_str());
     error_stream_->endl();
   }
-  const char* start = buffer_start_ ? buffer_start_ : read_pos_;
-  const char* pos = read_pos_ ? read_pos_ : start;
+  // Only the current buffer is shown: a read position elsewhere (the empty
+  // text of an ended source) shows an empty line.
+  const char* start = buffer_start_ ? buffer_start_ : kEmptyText;
+  const char* end_of_buffer = start + std::strlen(start);
+  const char* pos = read_pos_;
+  const std::less_equal<const char*> not_after;
+  if (pos == nullptr || !not_after(start, pos) || !not_after(pos, end_of_buffer)) {
+    start = kEmptyText;
+    pos = kEmptyText;
+  }
   const char* line = pos;
   while (line > start && line[-1] != '\n') --line;
   const char* end = pos;
@@ -493,7 +270,7 @@ void FillerBase::error() {
   error_flag_ = 1;
 }
 
-void FillerBase::expression_error(MathParser* parser) {
+void Engine::expression_error(MathParser* parser) {
   WriteDeferredSpaces();
   if (!error_flag_) {
     const char* message = parser->ErrorMessage();
@@ -512,7 +289,9 @@ void FillerBase::expression_error(MathParser* parser) {
   read_pos_ = kEmptyText;
 }
 
-void FillerBase::recover() {
+void Engine::recover() {
   while (*read_pos_ != '\0' && *read_pos_ != ';' && *read_pos_ != '\n') ++read_pos_;
   if (*read_pos_ == ';') ++read_pos_;
 }
+
+}  // namespace quorvix

@@ -6,17 +6,15 @@
 
 #include "quorvix/filler.h"
 #include "quorvix/user_function.h"
+#include "template/engine.h"
 #include "template/engine_types.h"
+#include "template/statement_table.h"
 #include "template/text_scan.h"
 #include "util/output_stream.h"
 
+namespace quorvix {
+
 namespace {
-
-char kEmptyText[1] = {'\0'};
-
-bool IsWordChar(char c) {
-  return std::isalnum(static_cast<unsigned char>(c)) || c == '_';
-}
 
 // The first test of a loop truncates to an integer, so 0.5 does not enter.
 int FirstLoopIncrement(const symtab* v) {
@@ -30,37 +28,54 @@ void Free(symtab* v) {
 
 }  // namespace
 
-int FillerBase::ConditionHolds(const symtab* v) const {
+std::span<const StatementRow> ControlFlowStatements() {
+  static const StatementRow kRows[] = {
+      {"if", &Engine::st_if},
+      {"elseif", &Engine::st_elseif},
+      {"else", &Engine::st_else},
+      {"endif", &Engine::st_endif},
+      {"while", &Engine::st_while},
+      {"for", &Engine::st_for},
+      {"foreach", &Engine::st_foreach},
+      {"endloop", &Engine::st_endloop},
+      {"break", &Engine::st_break},
+      {"continue", &Engine::st_continue},
+      {"exit", &Engine::st_exit},
+      {"return", &Engine::st_return},
+      {"function", &Engine::st_function},
+  };
+  return kRows;
+}
+
+bool Engine::ConditionHolds(const symtab* v) const {
   // NaN compares unequal to 0 and therefore holds.
   return v != nullptr && v->type == SYM_SCALAR && !(v->value == 0.0);
 }
 
-// Reads a condition with evaluate(); returns 1 when the fill must stop.
-int FillerBase::ReadCondition(symtab*& value) {
+bool Engine::ReadCondition(symtab*& value) {
   bool syntax_failed = false;
   value = evaluate(&syntax_failed);
-  if (syntax_failed) return 1;
+  if (syntax_failed) return false;
   if (value == nullptr && IsFalse() == 0) {
     expression_error(parser_);
-    return 1;
+    return false;
   }
-  return 0;
+  return true;
 }
 
-bool FillerBase::OpenConditionLevel() {
+bool Engine::OpenConditionLevel() {
   if (condition_depth_ + 1 >= kConditionStackSize) {
-    SyntaxError(quorvix::kConditionDepthMessage);
+    SyntaxError(kConditionDepthMessage);
     return false;
   }
   ++condition_depth_;
   return true;
 }
 
-int FillerBase::st_if() {
-  read_pos_ += 2;
+int Engine::st_if() {
   const bool on = IsFalse() == 0;
   symtab* v = nullptr;
-  if (ReadCondition(v)) return 1;
+  if (!ReadCondition(v)) return 1;
   if (!OpenConditionLevel()) {
     Free(v);
     return 1;
@@ -72,22 +87,21 @@ int FillerBase::st_if() {
   return 0;
 }
 
-int FillerBase::st_elseif() {
-  read_pos_ += 6;
+int Engine::st_elseif() {
   if (condition_depth_ == 0) return SyntaxError("unbalanced elseif");
   int& taken = condition_stack_[condition_depth_];
   if (IsFalse() == 0) {
     ++false_depth_;
     if (!max_compatibility_) taken = 1;
     symtab* v = nullptr;
-    if (ReadCondition(v)) return 1;  // switched off now: parsed only
+    if (!ReadCondition(v)) return 1;  // switched off now: parsed only
     Free(v);
   } else if (IsFalse() == 1 && taken == 0) {
     false_depth_ = 0;
     symtab* v = nullptr;
-    int stop = ReadCondition(v);
+    const bool ok = ReadCondition(v);
     false_depth_ = 1;
-    if (stop) return 1;
+    if (!ok) return 1;
     if (ConditionHolds(v)) {
       false_depth_ = 0;
       if (!max_compatibility_) taken = 1;
@@ -95,15 +109,14 @@ int FillerBase::st_elseif() {
     Free(v);
   } else {
     symtab* v = nullptr;
-    if (ReadCondition(v)) return 1;
+    if (!ReadCondition(v)) return 1;
     Free(v);
   }
   line_has_statement_ = !max_compatibility_;
   return 0;
 }
 
-int FillerBase::st_else() {
-  read_pos_ += 4;
+int Engine::st_else() {
   int& taken = condition_stack_[condition_depth_];
   if (IsFalse() == 0) {
     if (!max_compatibility_) taken = 1;
@@ -116,8 +129,7 @@ int FillerBase::st_else() {
   return 0;
 }
 
-int FillerBase::st_endif() {
-  read_pos_ += 5;
+int Engine::st_endif() {
   if (condition_depth_ == 0) return SyntaxError("unbalanced endif");
   if (IsFalse() != 0) --false_depth_;
   --condition_depth_;
@@ -126,41 +138,39 @@ int FillerBase::st_endif() {
 }
 
 // Opens the loop frame on the text right after the loop head.
-bool FillerBase::OpenLoop(int false_increment) {
-  if (!SetBuffer(read_pos_, 0)) return false;
+bool Engine::OpenLoop(int false_increment) {
+  if (!SetBuffer(read_pos_, nullptr)) return false;
   false_depth_ += false_increment;
-  source_top_->is_loop = 1;
+  sources_.back()->is_loop = 1;
   return true;
 }
 
-int FillerBase::st_while() {
-  read_pos_ += 5;
+int Engine::st_while() {
   MathParser::ClearError();
   if (!Expect('(')) return SyntaxError("'(' expected in WHILE statement");
   char* condition_start = read_pos_;
   symtab* v = nullptr;
-  if (ReadExpression(&read_pos_, v)) return 1;
+  if (!ReadExpression(&read_pos_, v)) return 1;
   const int increment = FirstLoopIncrement(v);
   Free(v);
   if (!Expect(')')) return SyntaxError("')' expected in WHILE statement");
   if (!OpenLoop(increment)) return 1;
   // A loop whose body starts switched off (a failed first test, or text
   // that is off anyway) never repeats.
-  source_top_->loop_condition = IsFalse() == 0 ? condition_start : nullptr;
+  sources_.back()->loop_condition = IsFalse() == 0 ? condition_start : nullptr;
   resume_brace_ = 1;
   return 0;
 }
 
-int FillerBase::st_for() {
-  read_pos_ += 3;
+int Engine::st_for() {
   MathParser::ClearError();
   if (!Expect('(')) return SyntaxError("'(' expected in FOR statement");
   symtab* v = nullptr;
-  if (ReadExpression(&read_pos_, v)) return 1;
+  if (!ReadExpression(&read_pos_, v)) return 1;
   Free(v);
   if (!Expect(';')) return SyntaxError("';' expected in FOR statement");
   char* condition_start = read_pos_;
-  if (ReadExpression(&read_pos_, v)) return 1;
+  if (!ReadExpression(&read_pos_, v)) return 1;
   const int increment = FirstLoopIncrement(v);
   Free(v);
   if (!Expect(';')) return SyntaxError("';' expected in FOR statement");
@@ -169,28 +179,27 @@ int FillerBase::st_for() {
   if (!Expect(')')) return SyntaxError("')' expected in FOR statement");
   if (!OpenLoop(increment)) return 1;
   if (IsFalse() == 0) {
-    source_top_->loop_condition = condition_start;
-    source_top_->loop_step = step_start;
+    sources_.back()->loop_condition = condition_start;
+    sources_.back()->loop_step = step_start;
   }
   resume_brace_ = 1;
   return 0;
 }
 
-int FillerBase::st_foreach() {
-  read_pos_ += 7;
+int Engine::st_foreach() {
   const bool on = IsFalse() == 0;
   if (!Expect('(')) return SyntaxError("'(' expected in FOREACH statement");
   SkipBlanks();
-  if (!std::isalpha(static_cast<unsigned char>(*read_pos_)))
+  if (!IsAlpha(*read_pos_))
     return SyntaxError("illegal variable name in FOREACH statement");
   const char* name_start = read_pos_;
   while (IsWordChar(*read_pos_)) ++read_pos_;
   std::string name(name_start, static_cast<std::size_t>(read_pos_ - name_start));
   if (!Expect('=')) return SyntaxError("'=' expected in FOREACH statement");
   symtab* array = nullptr;
-  if (ReadExpression(&read_pos_, array)) return 1;
+  if (!ReadExpression(&read_pos_, array)) return 1;
   int count = 0;
-  std::string assignment;
+  symtab first;  // the value of the first pass
   if (array != nullptr) {
     if (array->type == SYM_ARRAY) {
       count = array->rows * array->cols;
@@ -199,11 +208,11 @@ int FillerBase::st_foreach() {
         // later passes take the elements exactly.
         ostrstream_fast number;
         number.write_double(array->data[0]);
-        assignment = name + " = " + number.text();
+        first.SetScalar(std::strtod(number.text().c_str(), nullptr));
       }
     } else if (array->type == SYM_STRINGS) {
       count = array->num_strings;
-      if (count > 0) assignment = name + " = \"" + array->str_list[0] + "\"";
+      if (count > 0) first.SetString(array->str_list[0]);
     } else {
       Free(array);
       return SyntaxError("array expected in FOREACH statement");
@@ -218,50 +227,42 @@ int FillerBase::st_foreach() {
     Free(array);
     return 1;
   }
-  quorvix::SourceFrame& frame = *source_top_;
+  SourceFrame& frame = *sources_.back();
   frame.loop_array = array;
   frame.loop_count = on ? count : 0;
   frame.loop_index = 0;
   frame.loop_variable = name;
-  if (on && !assignment.empty()) {
-    pending_assignment_ = new char[assignment.size() + 1];
-    std::memcpy(pending_assignment_, assignment.c_str(), assignment.size() + 1);
-    Free(parser_->Evaluate(pending_assignment_));
-    delete[] pending_assignment_;
-    pending_assignment_ = nullptr;
+  if (on && count > 0) {
+    first.SetName(name.c_str());
+    parser_->AddVariable(&first);
   }
   return 0;
 }
 
-int FillerBase::st_endloop() {
-  read_pos_ += 7;
-  if (Pop(1, parser_) == 0) return 0;
+int Engine::st_endloop() {
+  if (Pop(true)) return 0;
   // An "endloop" outside its loop's own text abandoned that text; if reading
   // went back to plain text, the brace group being read is over.
   if (!error_flag_ && *read_pos_ != '\0' && !resume_brace_) leave_group_ = true;
   return error_flag_;
 }
 
-int FillerBase::st_break() {
-  read_pos_ += 5;
+int Engine::st_break() {
   if (IsFalse() == 0) break_pending_ = true;
   return 0;
 }
 
-int FillerBase::st_continue() {
-  read_pos_ += 8;
+int Engine::st_continue() {
   if (IsFalse() == 0) continue_pending_ = true;
   return 0;
 }
 
-int FillerBase::st_exit() {
-  read_pos_ += 4;
+int Engine::st_exit() {
   if (IsFalse() == 0) read_pos_ = kEmptyText;
   return error_flag_;
 }
 
-int FillerBase::st_return() {
-  read_pos_ += 6;
+int Engine::st_return() {
   while (*read_pos_ == ' ' || *read_pos_ == '\t') ++read_pos_;
   if (*read_pos_ == ';' || *read_pos_ == '}' || *read_pos_ == '\0') {
     Free(return_code_);
@@ -276,18 +277,19 @@ int FillerBase::st_return() {
   }
   if (IsFalse() != 0) return 0;
   // Every open source, loops included, closes and the fill ends.
-  read_pos_ = kEmptyText;
-  while (source_top_ != nullptr) PopPlain();
+  DeleteSources();
   NoSourceLeft();
   return error_flag_;
 }
 
-int FillerBase::st_function() {
-  if (!InlineFunctionsAllowed()) return fill_brace_expr();
-  char* definition = read_pos_;
-  read_pos_ += 8;
+int Engine::st_function() {
+  char* definition = statement_start_;
+  if (!FillerBase::InlineFunctionsAllowed()) {
+    read_pos_ = definition;  // not a statement then: the text is an expression
+    return fill_brace_expr();
+  }
   SkipBlanks();
-  if (!std::isalpha(static_cast<unsigned char>(*read_pos_)))
+  if (!IsAlpha(*read_pos_))
     return SyntaxError("bad function name in FUNCTION statement");
   while (IsWordChar(*read_pos_)) ++read_pos_;
   if (!Expect('(')) return SyntaxError("'(' expected in FUNCTION statement");
@@ -301,7 +303,7 @@ int FillerBase::st_function() {
   do {
     char c = *read_pos_;
     if (c == '"') {
-      read_pos_ = const_cast<char*>(quorvix::SkipQuoted(read_pos_));
+      read_pos_ = const_cast<char*>(SkipQuoted(read_pos_));
       continue;
     }
     if (c == '{') ++depth;
@@ -317,3 +319,5 @@ int FillerBase::st_function() {
   }
   return 0;
 }
+
+}  // namespace quorvix

@@ -3,6 +3,7 @@
 #ifndef QUORVIX_TEMPLATE_ENGINE_TYPES_H
 #define QUORVIX_TEMPLATE_ENGINE_TYPES_H
 
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -12,8 +13,10 @@ namespace quorvix {
 
 struct SourceFrame {
   char* saved_read_pos = nullptr;  // for a loop: the body start
-  SourceFrame* next = nullptr;
   char* saved_buffer_start = nullptr;
+  char* saved_file_start = nullptr;
+  // The text the outer source owns (null when it reads a text of another).
+  std::unique_ptr<char[]> saved_buffer;
   char* loop_condition = nullptr;  // points into the body's text
   char* loop_step = nullptr;
   symtab* loop_array = nullptr;  // owned
@@ -25,7 +28,6 @@ struct SourceFrame {
   int saved_false_depth = 0;
   int saved_condition_depth = 0;
   int saved_condition_entry = 0;
-  int saved_buffer_owned = 0;
   int saved_resume_brace = 0;
   bool saved_break_pending = false;
   bool saved_continue_pending = false;

@@ -8,10 +8,12 @@
 #include <cstring>
 #include <string>
 
-#include "quorvix/filler.h"
+#include "template/engine.h"
 #include "template/engine_types.h"
 #include "template/text_scan.h"
 #include "util/output_stream.h"
+
+namespace quorvix {
 
 namespace {
 
@@ -32,11 +34,9 @@ struct StopTable {
 
 const StopTable kStops;
 
-char kEmptyText[1] = {'\0'};
-
 }  // namespace
 
-void FillerBase::WriteDeferredSpaces() {
+void Engine::WriteDeferredSpaces() {
   if (deferred_spaces_ > 0) {
     for (int i = 0; i < deferred_spaces_; ++i) current_output_->put(' ');
     deferred_spaces_ = 0;
@@ -44,13 +44,13 @@ void FillerBase::WriteDeferredSpaces() {
   }
 }
 
-void FillerBase::WriteText(const char* text, std::size_t n) {
+void Engine::WriteText(const char* text, std::size_t n) {
   WriteDeferredSpaces();
   current_output_->write(text, n);
   line_has_output_ = 1;
 }
 
-int FillerBase::fill_buffer() {
+void Engine::fill_buffer() {
   line_has_statement_ = line_has_output_ = 0;
   condition_depth_ = false_depth_ = 0;
   break_pending_ = continue_pending_ = false;
@@ -67,7 +67,7 @@ int FillerBase::fill_buffer() {
     while (read_pos_ != nullptr && *read_pos_ != '\0') {
       if (resume_brace_) {
         resume_brace_ = 0;
-        if (fill_brace()) return 1;
+        if (fill_brace()) return;
         continue;
       }
       const char c = *read_pos_;
@@ -85,14 +85,14 @@ int FillerBase::fill_buffer() {
         // A quoted passage is copied as it stands, braces and line feeds
         // included; a backslash takes the next character with it.
         const char* start = read_pos_;
-        const char* p = quorvix::SkipQuoted(read_pos_);
+        const char* p = SkipQuoted(read_pos_);
         if (!off) WriteText(start, static_cast<std::size_t>(p - start));
         read_pos_ = const_cast<char*>(p);
         continue;
       }
       if (c == '{') {
         ++read_pos_;
-        if (fill_brace()) return 1;
+        if (fill_brace()) return;
         continue;
       }
       if (off) {
@@ -118,7 +118,7 @@ int FillerBase::fill_buffer() {
       while (!stops[static_cast<unsigned char>(*read_pos_)]) ++read_pos_;
       WriteText(start, static_cast<std::size_t>(read_pos_ - start));
     }
-    if (Pop(0, parser_)) return error_flag_;
+    if (!Pop(false)) return;
     current_output_->flush();
     // The construct that opened the nested source counts as a statement on
     // the outer line.
@@ -130,86 +130,90 @@ int FillerBase::fill_buffer() {
   }
 }
 
-bool FillerBase::PushFrame(quorvix::SourceFrame*& out) {
+bool Engine::HasRoomForSource() {
   const int limit = parser_->policy().limits.sources;
-  if (source_depth_ >= limit) {
-    error();
-    error_stream_->puts(quorvix::SourceDepthMessage(limit).c_str());
-    error_stream_->endl();
-    return false;
-  }
-  auto* f = new quorvix::SourceFrame;
+  if (sources_.size() < static_cast<std::size_t>(limit)) return true;
+  error();
+  error_stream_->puts(SourceDepthMessage(limit).c_str());
+  error_stream_->endl();
+  return false;
+}
+
+void Engine::PushFrame() {
+  auto f = std::make_unique<SourceFrame>();
   f->saved_read_pos = read_pos_;
   f->saved_buffer_start = buffer_start_;
+  f->saved_file_start = file_start_;
+  f->saved_buffer = std::move(buffer_);
   f->saved_condition_depth = condition_depth_;
   f->saved_condition_entry = condition_stack_[condition_depth_];
   f->saved_false_depth = false_depth_;
   f->saved_resume_brace = resume_brace_;
   f->saved_break_pending = break_pending_;
   f->saved_continue_pending = continue_pending_;
-  f->saved_buffer_owned = buffer_owned_;
   f->saved_source_name = source_name_;
-  out = f;
-  return true;
+  sources_.push_back(std::move(f));
 }
 
-void FillerBase::LinkFrame(quorvix::SourceFrame* f) {
-  f->next = source_top_;
-  source_top_ = f;
-  ++source_depth_;
-}
-
-bool FillerBase::SetBuffer(char* text, int owned) {
-  quorvix::SourceFrame* f = nullptr;
-  if (!PushFrame(f)) {
-    if (owned) delete[] text;
-    return false;
-  }
-  LinkFrame(f);
+bool Engine::SetBuffer(char* text, std::unique_ptr<char[]> owned) {
+  if (!HasRoomForSource()) return false;
+  PushFrame();
+  buffer_ = std::move(owned);
   read_pos_ = text;
   buffer_start_ = text;
   resume_brace_ = 0;
-  buffer_owned_ = owned;
   return true;
 }
 
-bool FillerBase::Push(const char* filename) {
-  quorvix::SourceFrame* f = nullptr;
-  if (!PushFrame(f)) return false;
-  if (!source_name_.empty() && source_name_ == filename && buffer_start_ != nullptr) {
-    // The file being read includes itself: read its buffer again from the top.
-    read_pos_ = buffer_start_ + 1;
-    buffer_owned_ = 0;
-  } else {
-    std::string text;
-    if (!parser_->policy().ReadFile(filename, text, nullptr)) {
-      error_stream_->puts("file not found:  ");
-      error_stream_->puts(filename);
-      error_stream_->endl();
-      delete f;
-      return true;
-    }
-    char* buffer = new (std::nothrow) char[text.size() + 2];
-    if (buffer == nullptr) {
-      error_stream_->puts("unable to allocate file buffer:  ");
-      error_stream_->puts(filename);
-      error_stream_->endl();
-      delete f;
-      return true;
-    }
-    buffer[0] = '}';
-    std::memcpy(buffer + 1, text.data(), text.size());
-    buffer[1 + text.size()] = '\0';
-    buffer_start_ = buffer;
-    buffer_owned_ = 1;
-    read_pos_ = buffer + 1;
+bool Engine::Push(const char* filename) {
+  if (!HasRoomForSource()) return false;
+  if (!source_name_.empty() && source_name_ == filename && file_start_ != nullptr) {
+    // The file being read includes itself (perhaps from a macro expansion
+    // or a loop body): read the file's buffer again from the top. The
+    // buffer stays with the source that owns it.
+    PushFrame();
+    buffer_start_ = file_start_;
+    read_pos_ = file_start_ + 1;
+    return true;
   }
+  std::string text;
+  if (!parser_->policy().ReadFile(filename, text, nullptr)) {
+    error_stream_->puts("file not found:  ");
+    error_stream_->puts(filename);
+    error_stream_->endl();
+    return true;
+  }
+  std::unique_ptr<char[]> buffer(new (std::nothrow) char[text.size() + 2]);
+  if (buffer == nullptr) {
+    error_stream_->puts("unable to allocate file buffer:  ");
+    error_stream_->puts(filename);
+    error_stream_->endl();
+    return true;
+  }
+  buffer[0] = '}';
+  std::memcpy(buffer.get() + 1, text.data(), text.size());
+  buffer[1 + text.size()] = '\0';
+  PushFrame();
+  buffer_start_ = buffer.get();
+  file_start_ = buffer.get();
+  read_pos_ = buffer.get() + 1;
+  buffer_ = std::move(buffer);
   source_name_ = filename;
-  LinkFrame(f);
-  return true;
+  const std::size_t nul = text.find('\0');
+  if (nul == std::string::npos) return true;
+  ReportNul(file_start_ + 1 + nul);
+  return false;
 }
 
-void FillerBase::RestoreFlags(const quorvix::SourceFrame& f) {
+void Engine::ReportNul(char* at) {
+  // The text would end there without a word; a template never holds one.
+  read_pos_ = at;
+  error();
+  error_stream_->puts("NUL byte in template");
+  error_stream_->endl();
+}
+
+void Engine::RestoreFlags(const SourceFrame& f) {
   false_depth_ = f.saved_false_depth;
   condition_depth_ = f.saved_condition_depth;
   condition_stack_[condition_depth_] = f.saved_condition_entry;
@@ -218,112 +222,118 @@ void FillerBase::RestoreFlags(const quorvix::SourceFrame& f) {
   continue_pending_ = f.saved_continue_pending;
 }
 
-int FillerBase::NoSourceLeft() {
+void Engine::NoSourceLeft() {
   false_depth_ = condition_depth_ = 0;
   condition_stack_[0] = 0;
   resume_brace_ = 0;
   read_pos_ = kEmptyText;
-  return 1;
 }
 
-int FillerBase::PopPlain() {
-  quorvix::SourceFrame* f = source_top_;
-  if (f == nullptr) return NoSourceLeft();
-  if (buffer_owned_) delete[] buffer_start_;
-  read_pos_ = f->saved_read_pos ? f->saved_read_pos : kEmptyText;
-  buffer_start_ = f->saved_buffer_start;
-  buffer_owned_ = f->saved_buffer_owned;
-  source_name_ = f->saved_source_name;
-  source_top_ = f->next;
-  --source_depth_;
-  delete f;
-  return 0;
+bool Engine::PopPlain() {
+  if (sources_.empty()) {
+    NoSourceLeft();
+    return false;
+  }
+  SourceFrame& f = *sources_.back();
+  read_pos_ = f.saved_read_pos ? f.saved_read_pos : kEmptyText;
+  buffer_start_ = f.saved_buffer_start;
+  file_start_ = f.saved_file_start;
+  buffer_ = std::move(f.saved_buffer);  // the ended source's own text goes
+  source_name_ = std::move(f.saved_source_name);
+  sources_.pop_back();
+  return true;
 }
 
-int FillerBase::Pop(int at_loop_end, MathParser* parser) {
-  quorvix::SourceFrame* f = source_top_;
-  if (at_loop_end && f != nullptr && !f->is_loop) {
+void Engine::DropLoop() {
+  // A loop reads the text of the source around it; reading goes on there.
+  SourceFrame& f = *sources_.back();
+  buffer_start_ = f.saved_buffer_start;
+  buffer_ = std::move(f.saved_buffer);
+  sources_.pop_back();
+}
+
+void Engine::DeleteSources() {
+  sources_.clear();
+  buffer_.reset();
+  buffer_start_ = file_start_ = read_pos_ = nullptr;
+}
+
+bool Engine::Pop(bool at_loop_end) {
+  if (sources_.empty()) {
+    NoSourceLeft();
+    return false;
+  }
+  SourceFrame* f = sources_.back().get();
+  if (at_loop_end && !f->is_loop) {
     // An "endloop" outside its loop's text abandons that text (an included
     // file, a macro expansion) and reading goes on in the text that opened it.
     RestoreFlags(*f);
     PopPlain();
-    return 1;
+    return false;
   }
-  if (f == nullptr) return NoSourceLeft();
 
   const bool was_break = break_pending_;
   RestoreFlags(*f);
-  if (f->is_loop) {
-    if (!at_loop_end) {
-      error_stream_->puts("improperly terminated loop");
-      error_stream_->endl();
-      Pop(1, parser);
-      if (source_top_ != nullptr) RestoreFlags(*source_top_);
-      return PopPlain();
-    }
-    if (f->loop_array != nullptr) {
-      const int index = f->loop_index++;
-      if (index < f->loop_count - 1 && !was_break) {
-        auto* v = new symtab;
-        v->SetName(f->loop_variable.c_str());
-        if (f->loop_array->type == SYM_ARRAY)
-          v->SetScalar(f->loop_array->data[f->loop_index]);
-        else
-          v->SetString(f->loop_array->str_list[f->loop_index]);
-        if (IsFalse() == 0) {
-          parser->AddVariable(v);
-          v->Delete();
-          if (!CountLoopPass()) return 1;
-          read_pos_ = f->saved_read_pos;
-          return 0;
-        }
-        v->Delete();
-      }
-    } else if (f->loop_condition != nullptr) {
-      MathParser::ClearError();
-      symtab* v = nullptr;
-      if (f->loop_step != nullptr) {
-        char* pos = f->loop_step;
-        if (ReadExpression(&pos, v)) return 1;
-        if (v != nullptr) v->Delete();
-      }
-      char* pos = f->loop_condition;
-      if (ReadExpression(&pos, v)) return 1;
-      if (v != nullptr) {
-        // The kind is not checked: the scalar field decides, NaN repeats.
-        const bool again = !(v->value == 0.0) && !was_break;
-        v->Delete();
-        if (again) {
-          if (!CountLoopPass()) return 1;
-          read_pos_ = f->saved_read_pos;
-          return 0;
-        }
-      }
-    }
-    // The loop is over; reading goes on after its "endloop".
-    buffer_owned_ = f->saved_buffer_owned;
-    buffer_start_ = f->saved_buffer_start;
-    source_top_ = f->next;
-    --source_depth_;
-    delete f;
-    return 0;
+  if (!f->is_loop) return PopPlain();
+  if (!at_loop_end) {
+    // The text ended inside the loop: the loop ends here without another
+    // pass, and so does the text that held it.
+    error_stream_->puts("improperly terminated loop");
+    error_stream_->endl();
+    DropLoop();
+    if (!sources_.empty()) RestoreFlags(*sources_.back());
+    return PopPlain();
   }
-  return PopPlain();
+  if (f->loop_array != nullptr) {
+    const int index = f->loop_index++;
+    if (index < f->loop_count - 1 && !was_break && IsFalse() == 0) {
+      symtab v;
+      v.SetName(f->loop_variable.c_str());
+      if (f->loop_array->type == SYM_ARRAY)
+        v.SetScalar(f->loop_array->data[f->loop_index]);
+      else
+        v.SetString(f->loop_array->str_list[f->loop_index]);
+      parser_->AddVariable(&v);
+      return NextPass(*f);
+    }
+  } else if (f->loop_condition != nullptr) {
+    MathParser::ClearError();
+    symtab* v = nullptr;
+    if (f->loop_step != nullptr) {
+      char* pos = f->loop_step;
+      if (!ReadExpression(&pos, v)) return false;
+      if (v != nullptr) v->Delete();
+    }
+    char* pos = f->loop_condition;
+    if (!ReadExpression(&pos, v)) return false;
+    if (v != nullptr) {
+      // The kind is not checked: the scalar field decides, NaN repeats.
+      const bool again = !(v->value == 0.0) && !was_break;
+      v->Delete();
+      if (again) return NextPass(*f);
+    }
+  }
+  // The loop is over; reading goes on after its "endloop".
+  DropLoop();
+  return true;
 }
 
-bool FillerBase::CountLoopPass() {
+bool Engine::NextPass(const SourceFrame& loop) {
   const long long limit = parser_->policy().limits.work;
-  if (++loop_passes_ <= limit) return true;
-  error();
-  error_stream_->puts(("loop passes exceed the limit (" + std::to_string(limit) + ")").c_str());
-  error_stream_->endl();
-  return false;
+  if (++loop_passes_ > limit) {
+    error();
+    error_stream_->puts(("loop passes exceed the limit (" + std::to_string(limit) + ")").c_str());
+    error_stream_->endl();
+    return false;
+  }
+  read_pos_ = loop.saved_read_pos;
+  return true;
 }
 
-ostream_fast* FillerBase::p_PopStream() {
-  if (current_output_ == base_output_ || output_stack_.empty()) return current_output_;
-  delete current_output_;
-  current_output_ = output_stack_.back();
-  output_stack_.pop_back();
+ostream_fast* Engine::p_PopStream() {
+  if (!output_stack_.empty()) output_stack_.pop_back();
+  current_output_ = output_stack_.empty() ? base_output_ : output_stack_.back().get();
   return current_output_;
 }
+
+}  // namespace quorvix

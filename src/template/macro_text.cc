@@ -1,6 +1,6 @@
 #include "template/macro_text.h"
 
-#include <cctype>
+#include "template/text_scan.h"
 
 namespace quorvix {
 
@@ -15,7 +15,6 @@ int HexValue(char c) {
   return -1;
 }
 
-bool IsWordChar(unsigned char c) { return std::isalnum(c) || c == '_'; }
 
 }  // namespace
 
@@ -102,8 +101,8 @@ std::string SubstituteParameters(const Macro& macro) {
     while ((pos = body.find(param.name, pos)) != std::string::npos) {
       const std::size_t end = pos + param.name.size();
       const bool before_ok =
-          pos == 0 || !(IsWordChar(static_cast<unsigned char>(body[pos - 1])) || body[pos - 1] == '.');
-      const bool after_ok = end >= body.size() || !IsWordChar(static_cast<unsigned char>(body[end]));
+          pos == 0 || !(IsWordChar(body[pos - 1]) || body[pos - 1] == '.');
+      const bool after_ok = end >= body.size() || !IsWordChar(body[end]);
       if (before_ok && after_ok) {
         body.replace(pos, param.name.size(), argument);
         pos += argument.size();

@@ -1,4 +1,4 @@
-// Macros ("define", calls, "undef", the host operations), conditional
+// Macros and inclusion: "define", calls, "undef", the host operations, the
 // definition tests, and inclusion of files ("include", "readfill", "path").
 #include <unistd.h>
 
@@ -8,26 +8,19 @@
 #include <string>
 
 #include "quorvix/filler.h"
+#include "template/engine.h"
 #include "template/engine_types.h"
 #include "template/macro_text.h"
+#include "template/statement_table.h"
+#include "template/text_scan.h"
 #include "util/output_stream.h"
+
+namespace quorvix {
 
 namespace {
 
-bool IsWordChar(char c) {
-  return std::isalnum(static_cast<unsigned char>(c)) || c == '_';
-}
-
-bool IsAlpha(char c) { return std::isalpha(static_cast<unsigned char>(c)) != 0; }
-
-char* Copy(const std::string& s) {
-  char* out = new char[s.size() + 1];
-  std::memcpy(out, s.c_str(), s.size() + 1);
-  return out;
-}
-
-bool Readable(const quorvix::Policy& policy, const std::string& path) {
-  std::FILE* f = policy.OpenFile(path, quorvix::FileMode::kRead, nullptr);
+bool Readable(const Policy& policy, const std::string& path) {
+  std::FILE* f = policy.OpenFile(path, FileMode::kRead, nullptr);
   if (f == nullptr) return false;
   std::fclose(f);
   return true;
@@ -35,7 +28,7 @@ bool Readable(const quorvix::Policy& policy, const std::string& path) {
 
 // Looks a file up: first against the working directory, then along the
 // include path. Empty when it is nowhere.
-std::string FindInclude(const quorvix::Policy& policy, const std::string& name) {
+std::string FindInclude(const Policy& policy, const std::string& name) {
   if (name.compare(0, 2, "\\:") != 0) {
     std::string absolute = name;
     if (name.empty() || name[0] != '/') {
@@ -56,9 +49,22 @@ std::string FindInclude(const quorvix::Policy& policy, const std::string& name) 
 
 }  // namespace
 
+std::span<const StatementRow> MacroAndIncludeStatements() {
+  static const StatementRow kRows[] = {
+      {"define", &Engine::st_define},
+      {"undef", &Engine::st_undef},
+      {"ifdef", &Engine::st_ifdef},
+      {"ifndef", &Engine::st_ifdef},
+      {"include", &Engine::st_include},
+      {"readfill", &Engine::st_readfill},
+      {"path", &Engine::st_path},
+  };
+  return kRows;
+}
+
 // Parses "(params)" of a definition at *pos (just after the '('). Writes its
 // messages plainly; returns false on a syntax failure.
-static bool ParseParameters(char** pos, quorvix::Macro& macro, std::string& message) {
+static bool ParseParameters(char** pos, Macro& macro, std::string& message) {
   char* p = *pos;
   while (true) {
     while (*p == ' ' || *p == '\t') ++p;
@@ -77,9 +83,7 @@ static bool ParseParameters(char** pos, quorvix::Macro& macro, std::string& mess
       continue;
     }
     if (*p == ')') break;
-    // The message text is fixed; it is split only to keep one long word whole
-    // out of searches of the source.
-    message = "illegal parameter speci" "fication in macro definition";
+    message = "illegal parameter specification in macro definition";
     *pos = p;
     return false;
   }
@@ -87,8 +91,7 @@ static bool ParseParameters(char** pos, quorvix::Macro& macro, std::string& mess
   return true;
 }
 
-int FillerBase::st_define() {
-  read_pos_ += 6;
+int Engine::st_define() {
   SkipBlanks();
   if (!IsAlpha(*read_pos_)) return SyntaxError("illegal macro name");
   const char* name_start = read_pos_;
@@ -100,7 +103,7 @@ int FillerBase::st_define() {
   key += '(';
   if (key == "header(" || key == "footer(") page_state_[0] = 0;
   macros_.erase(key);
-  auto macro = std::make_unique<quorvix::Macro>();
+  auto macro = std::make_unique<Macro>();
   std::string message;
   if (!ParseParameters(&read_pos_, *macro, message)) {
     error_stream_->puts(message.c_str());
@@ -117,7 +120,7 @@ int FillerBase::st_define() {
   if (end == nullptr) return SyntaxError("{enddefine} not found in file");
   const char* body_end = end;
   while (body_end > read_pos_ && (body_end[-1] == ' ' || body_end[-1] == '\t')) --body_end;
-  macro->body = quorvix::prevent_brace(std::string(read_pos_, static_cast<std::size_t>(body_end - read_pos_)));
+  macro->body = prevent_brace(std::string(read_pos_, static_cast<std::size_t>(body_end - read_pos_)));
   macros_[key] = std::move(macro);
   read_pos_ = end + std::strlen("enddefine");
   SkipBlanks();
@@ -128,7 +131,7 @@ int FillerBase::st_define() {
 // Reads "args)" at *p (just behind the '(') into the macro's parameters;
 // the missing ones get the quoted "(null)". On failure returns the message
 // and leaves *p at the offending place.
-const char* FillerBase::ReadMacroArguments(quorvix::Macro& macro, char** p) {
+const char* Engine::ReadMacroArguments(Macro& macro, char** p) {
   for (auto& param : macro.parameters) param.argument.clear();
   std::size_t given = 0;
   while (true) {
@@ -151,20 +154,20 @@ const char* FillerBase::ReadMacroArguments(quorvix::Macro& macro, char** p) {
   return nullptr;
 }
 
-char* FillerBase::ExpandMacro(quorvix::Macro& macro, char** pos, int* status) {
+bool Engine::ExpandMacro(Macro& macro, char** pos, std::unique_ptr<char[]>& text) {
   char* p = *pos;
   if (*p == '(') ++p;
   if (const char* message = ReadMacroArguments(macro, &p)) {
     read_pos_ = p;
-    *status = SyntaxError(message);
-    return nullptr;
+    SyntaxError(message);
+    return false;
   }
   *pos = p;
-  return Copy("}" + quorvix::restore_brace(quorvix::SubstituteParameters(macro)));
+  text = CopyText("}" + restore_brace(SubstituteParameters(macro)));
+  return true;
 }
 
-int FillerBase::st_undef() {
-  read_pos_ += 5;
+int Engine::st_undef() {
   SkipBlanks();
   if (!IsAlpha(*read_pos_)) return SyntaxError("illegal macro name");
   const char* start = read_pos_;
@@ -174,8 +177,7 @@ int FillerBase::st_undef() {
   return 0;
 }
 
-int FillerBase::st_ifdef() {
-  read_pos_ += read_pos_[2] == 'n' ? 6 : 5;
+int Engine::st_ifdef() {
   const bool on = IsFalse() == 0;
   bool syntax_failed = false;
   symtab* v = evaluate(&syntax_failed);
@@ -195,27 +197,26 @@ int FillerBase::st_ifdef() {
   return 0;
 }
 
-// Reads the file name of "include" or "readfill" and pushes the file.
-// Returns 1 when the fill must stop; sets `pushed` when a file was opened.
-int FillerBase::IncludeFile(bool as_statements, const char* keyword_message) {
+bool Engine::IncludeFile(bool as_statements, const char* keyword_message) {
   const bool on = IsFalse() == 0;
   bool syntax_failed = false;
   symtab* v = evaluate(&syntax_failed);
-  if (syntax_failed) return 1;
+  if (syntax_failed) return false;
   if (on && v == nullptr) {
     expression_error(parser_);
-    return 1;
+    return false;
   }
   if (on && !(v->type == SYM_STRINGS && v->num_strings == 1)) {
     v->Delete();
-    return SyntaxError(keyword_message);
+    SyntaxError(keyword_message);
+    return false;
   }
   std::string name = v != nullptr ? v->str_list[0] : "";
   if (v != nullptr) v->Delete();
   SkipBlanks();
   if (*read_pos_ == ';') ++read_pos_;
   SkipBlanks();
-  if (!on) return 0;
+  if (!on) return true;
 
   line_has_statement_ = line_has_output_ = 0;
   std::string path = FindInclude(parser_->policy(), name);
@@ -223,15 +224,15 @@ int FillerBase::IncludeFile(bool as_statements, const char* keyword_message) {
     error();
     error_stream_->puts(("The file \"" + name + "\" is not in the include path").c_str());
     error_stream_->endl();
-    return 1;
+    return false;
   }
-  const int depth_before = source_depth_;
+  const std::size_t depth_before = sources_.size();
   const int saved_resume = resume_brace_;
   resume_brace_ = 1;
-  if (!Push(path.c_str())) return 1;
-  if (source_depth_ == depth_before) {
+  if (!Push(path.c_str())) return false;
+  if (sources_.size() == depth_before) {
     resume_brace_ = saved_resume;  // the file could not be read; reported
-    return 0;
+    return true;
   }
   if (as_statements) {
     line_has_statement_ = 1;
@@ -239,21 +240,18 @@ int FillerBase::IncludeFile(bool as_statements, const char* keyword_message) {
   } else {
     --read_pos_;  // onto the '}' in front of the file's text
   }
-  return 0;
+  return true;
 }
 
-int FillerBase::st_include() {
-  read_pos_ += 7;
-  return IncludeFile(false, "string value required in INCLUDE statement");
+int Engine::st_include() {
+  return IncludeFile(false, "string value required in INCLUDE statement") ? 0 : 1;
 }
 
-int FillerBase::st_readfill() {
-  read_pos_ += 8;
-  return IncludeFile(true, "string value required in READFILL statement");
+int Engine::st_readfill() {
+  return IncludeFile(true, "string value required in READFILL statement") ? 0 : 1;
 }
 
-int FillerBase::st_path() {
-  read_pos_ += 4;
+int Engine::st_path() {
   const bool on = IsFalse() == 0;
   bool syntax_failed = false;
   symtab* v = evaluate(&syntax_failed);
@@ -267,19 +265,19 @@ int FillerBase::st_path() {
     v->Delete();
     return SyntaxError("string value required in PATH statement");
   }
-  IncludePath().push_back(v->str_list[0]);
+  FillerBase::IncludePath().push_back(v->str_list[0]);
   v->Delete();
   return 0;
 }
 
 // Host macros ----------------------------------------------------------------
 
-int FillerBase::DefineMacro(char* definition) {
+int Engine::DefineMacro(char* definition) {
   if (definition == nullptr) return 0;
   char* comma = std::strchr(definition, ',');
   if (comma == nullptr) return 0;
   std::string key(definition, static_cast<std::size_t>(comma - definition));
-  auto macro = std::make_unique<quorvix::Macro>();
+  auto macro = std::make_unique<Macro>();
   char* p = comma + 1;
   std::string message;
   bool ok = ParseParameters(&p, *macro, message) && *p == ')';
@@ -288,12 +286,12 @@ int FillerBase::DefineMacro(char* definition) {
     macros_[key] = std::move(macro);
     return 0;
   }
-  macro->body = quorvix::prevent_brace(p + 1);
+  macro->body = prevent_brace(p + 1);
   macros_[key] = std::move(macro);
   return 1;
 }
 
-char* FillerBase::EvaluateMacro(char* call) {
+char* Engine::EvaluateMacro(char* call) {
   page_state_[0] = -1;
   page_state_[1] = 25;
   page_state_[2] = 0;
@@ -302,47 +300,18 @@ char* FillerBase::EvaluateMacro(char* call) {
   if (comma == nullptr) return nullptr;
   auto it = macros_.find(std::string(call, static_cast<std::size_t>(comma - call)));
   if (it == macros_.end() || it->second == nullptr) return nullptr;
-  quorvix::Macro& macro = *it->second;
+  Macro& macro = *it->second;
   char* p = comma + 1;
   if (ReadMacroArguments(macro, &p) != nullptr) return nullptr;
-  return Copy(quorvix::restore_brace(quorvix::SubstituteParameters(macro)));
+  return CopyText(restore_brace(SubstituteParameters(macro))).release();
 }
 
-void FillerBase::RemoveMacro(char* name) {
+void Engine::RemoveMacro(char* name) {
   if (name == nullptr) return;
   auto it = macros_.find(name);
   if (it != macros_.end()) it->second.reset();
 }
 
-void FillerBase::ResetMacros() { macros_.clear(); }
+void Engine::ResetMacros() { macros_.clear(); }
 
-// Switches --------------------------------------------------------------------
-
-int FillerBase::Switch(const char* keyword, int& field, int value) {
-  read_pos_ += std::strlen(keyword);
-  if (IsFalse() == 0) field = value;
-  return 0;
-}
-
-int FillerBase::st_safe_quotes_on() { return Switch("safe_quotes_on", safe_quotes_, 1); }
-int FillerBase::st_safe_quotes_off() { return Switch("safe_quotes_off", safe_quotes_, 0); }
-int FillerBase::st_max_compatibility_on() {
-  return Switch("max_compatibility_on", max_compatibility_, 1);
-}
-int FillerBase::st_max_compatibility_off() {
-  return Switch("max_compatibility_off", max_compatibility_, 0);
-}
-
-int FillerBase::st_escape_characters_on() {
-  int on = 1;
-  Switch("escape_characters_on", on, 1);
-  if (IsFalse() == 0) parser_->AllowEscapeCharactersInStrings(true);
-  return 0;
-}
-
-int FillerBase::st_escape_characters_off() {
-  int on = 0;
-  Switch("escape_characters_off", on, 0);
-  if (IsFalse() == 0) parser_->AllowEscapeCharactersInStrings(false);
-  return 0;
-}
+}  // namespace quorvix

@@ -7,57 +7,39 @@
 
 namespace quorvix {
 
+// The statement families, each defined in its own unit. A new family is a
+// unit with its table and a line in each of these two lists.
+std::span<const StatementRow> ControlFlowStatements();      // control_flow.cc
+std::span<const StatementRow> MacroAndIncludeStatements();  // macros.cc
+std::span<const StatementRow> FormatAndSwitchStatements();  // formats_switches.cc
+
 namespace {
 
-using Row = StatementTable::Row;
+// A keyword matches only before a non-word character, so the order of the
+// families and of their rows does not matter.
+constexpr StatementFamily kFamilies[] = {
+    &ControlFlowStatements,
+    &MacroAndIncludeStatements,
+    &FormatAndSwitchStatements,
+};
 
 struct ByLetter {
-  std::array<std::vector<Row>, 26> rows;
-  explicit ByLetter(std::span<const Row> all) {
-    for (const Row& r : all) rows[static_cast<std::size_t>(r.keyword[0] - 'a')].push_back(r);
+  std::array<std::vector<StatementEntry>, 26> entries;
+  ByLetter() {
+    for (StatementFamily family : kFamilies) {
+      for (const StatementRow& r : family())
+        entries[static_cast<std::size_t>(r.keyword[0] - 'a')].push_back(
+            {r, std::strlen(r.keyword)});
+    }
   }
 };
 
 }  // namespace
 
-std::span<const Row> StatementTable::AllRows() {
-  // Keywords in the order they are tried for their letter.
-  static const Row kRows[] = {
-    {"break", &FillerBase::st_break},
-    {"continue", &FillerBase::st_continue},
-    {"define", &FillerBase::st_define},
-    {"exit", &FillerBase::st_exit},
-    {"endloop", &FillerBase::st_endloop},
-    {"elseif", &FillerBase::st_elseif},
-    {"else", &FillerBase::st_else},
-    {"endif", &FillerBase::st_endif},
-    {"escape_characters_off", &FillerBase::st_escape_characters_off},
-    {"escape_characters_on", &FillerBase::st_escape_characters_on},
-    {"foreach", &FillerBase::st_foreach},
-    {"format", &FillerBase::st_format},
-    {"for", &FillerBase::st_for},
-    {"function", &FillerBase::st_function},
-    {"ifdef", &FillerBase::st_ifdef},
-    {"ifndef", &FillerBase::st_ifdef},
-    {"if", &FillerBase::st_if},
-    {"include", &FillerBase::st_include},
-    {"max_compatibility_on", &FillerBase::st_max_compatibility_on},
-    {"max_compatibility_off", &FillerBase::st_max_compatibility_off},
-    {"path", &FillerBase::st_path},
-    {"readfill", &FillerBase::st_readfill},
-    {"return", &FillerBase::st_return},
-    {"safe_quotes_on", &FillerBase::st_safe_quotes_on},
-    {"safe_quotes_off", &FillerBase::st_safe_quotes_off},
-    {"undef", &FillerBase::st_undef},
-    {"while", &FillerBase::st_while},
-  };
-  return kRows;
-}
-
-std::span<const Row> StatementTable::ForLetter(char lower) {
-  static const ByLetter table(AllRows());
+std::span<const StatementEntry> StatementsForLetter(char lower) {
+  static const ByLetter table;
   if (lower < 'a' || lower > 'z') return {};
-  return table.rows[static_cast<std::size_t>(lower - 'a')];
+  return table.entries[static_cast<std::size_t>(lower - 'a')];
 }
 
 bool MatchKeyword(const char* text, const char* keyword) {

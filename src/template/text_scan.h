@@ -1,16 +1,40 @@
-// Small scanners over template text shared by the statement readers.
+// Small helpers over template text shared by the engine's units.
 #ifndef QUORVIX_TEMPLATE_TEXT_SCAN_H
 #define QUORVIX_TEMPLATE_TEXT_SCAN_H
 
+#include <cctype>
+#include <cstring>
+#include <memory>
+#include <string_view>
+
 namespace quorvix {
 
+// The text that an ended source reads: nothing. It is never written.
+inline char kEmptyText[1] = {'\0'};
+
+inline bool IsWordChar(char c) { return std::isalnum(static_cast<unsigned char>(c)) || c == '_'; }
+inline bool IsAlpha(char c) { return std::isalpha(static_cast<unsigned char>(c)) != 0; }
+// White space as the C locale has it, without a call per character.
+inline bool IsBlank(char c) {
+  return c == ' ' || c == '\t' || c == '\n' || c == '\r' || c == '\v' || c == '\f';
+}
+
+// A zero-terminated copy of `text` (which may hold NUL bytes of its own).
+inline std::unique_ptr<char[]> CopyText(std::string_view text) {
+  auto out = std::make_unique<char[]>(text.size() + 1);
+  std::memcpy(out.get(), text.data(), text.size());
+  out[text.size()] = '\0';
+  return out;
+}
+
 // `p` points at an opening double quote: returns the position behind the
-// closing one (or the end of the text). A backslash takes the next
-// character with it, so an escaped quote does not end the passage.
-inline const char* SkipQuoted(const char* p) {
+// closing one (or the end of the text, or `stop` when it comes first). A
+// backslash takes the next character with it, so an escaped quote does not
+// end the passage.
+inline const char* SkipQuoted(const char* p, char stop = '\0') {
   ++p;
-  while (*p != '\0' && *p != '"') {
-    if (*p == '\\' && p[1] != '\0') ++p;
+  while (*p != '\0' && *p != stop && *p != '"') {
+    if (*p == '\\' && p[1] != '\0' && p[1] != stop) ++p;
     ++p;
   }
   return *p == '"' ? p + 1 : p;

@@ -1,0 +1,251 @@
+// The template engine's state and its statement handlers. FillerBase holds
+// one Engine and forwards the host operations to it; nothing outside the
+// template engine sees this class.
+//
+// Statements (`st_*`, `fill_brace*`) return 0 to go on and 1 to stop the
+// fill. Helpers return bool: true to go on, false when the fill must stop
+// (the reason is reported by then).
+#ifndef QUORVIX_TEMPLATE_ENGINE_H
+#define QUORVIX_TEMPLATE_ENGINE_H
+
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "quorvix/math_parser.h"
+#include "quorvix/symtab.h"
+
+class ostream_fast;
+class ostrstream_fast;
+
+namespace quorvix {
+
+struct Macro;
+struct SourceFrame;
+class ExpressionCache;
+
+// The stream that the outermost running fill writes to (null when none).
+ostream_fast*& PublishedFillStream();
+
+class Engine {
+ public:
+  static constexpr int kConditionStackSize = 1024;
+
+  // Owns the parser when `parser` is null.
+  explicit Engine(MathParser* parser);
+  // Copies the parser when the other one owns its own, the macros, the
+  // switches and formats; no fill state.
+  Engine(const Engine& other);
+  Engine& operator=(const Engine&) = delete;
+  ~Engine();
+
+  // Fills the caller's text; the output (new[]) and, through `errors`, the
+  // error text (new[], null when none).
+  char* FillText(const char* text, char** errors);
+  // Fills a file named in reports as `path`; null when it cannot be read.
+  char* FillFile(const char* path, char** errors);
+
+  symtab* TakeReturnCode();
+  symtab* ReturnCode() const { return return_code_; }
+  void DropReturnCode();
+  MathParser* parser() const { return parser_; }
+  void SetSafeQuotes(int on) { safe_quotes_ = on; }
+  int AttachNoteIdx() const { return attach_note_idx_; }
+  int AttachNoteOn() const { return attach_note_on_; }
+  int AutoFillReport() const { return auto_fill_report_; }
+  double StartTime() const { return start_time_; }
+  double EndTime() const { return end_time_; }
+  double DefaultIncr() const { return default_incr_; }
+  bool AnimationEnabled() const { return animation_enabled_; }
+  void SetAnimationEnabled(bool on) { animation_enabled_ = on; }
+
+  // Host macros (see FillerBase).
+  int DefineMacro(char* definition);
+  char* EvaluateMacro(char* call);
+  void RemoveMacro(char* name);
+  void ResetMacros();
+
+  // Statements, registered by family in the statement table ----------------
+  int fill_brace();
+  int fill_brace_expr();
+  int st_if();
+  int st_elseif();
+  int st_else();
+  int st_endif();
+  int st_while();
+  int st_for();
+  int st_foreach();
+  int st_endloop();
+  int st_break();
+  int st_continue();
+  int st_exit();
+  int st_return();
+  int st_function();
+  int st_format();
+  int st_define();
+  int st_undef();
+  int st_ifdef();
+  int st_include();
+  int st_readfill();
+  int st_path();
+  int st_safe_quotes_on();
+  int st_safe_quotes_off();
+  int st_max_compatibility_on();
+  int st_max_compatibility_off();
+  int st_escape_characters_on();
+  int st_escape_characters_off();
+
+ private:
+  // Fills the text in `buffer` (owned by the fill) from `start`; `name` is
+  // the file the text is reported as, empty for a caller's text. A NUL byte
+  // at `nul_at` is reported instead of filling.
+  char* RunFill(std::unique_ptr<char[]> buffer, char* start, const std::string& name,
+                char** errors, char* nul_at = nullptr);
+  // The common body of a fill; returns the error text (new[]) or null.
+  char* p_Fill(char** errors);
+
+  // Fill loop and sources ----------------------------------------------------
+  void fill_buffer();
+  // Opens `text` as the innermost source; it lies in `owned` (a macro
+  // expansion) or, when that is null, in the text of an outer source (a loop
+  // body). Both this and Push return false when the fill must stop (the
+  // source limit, a NUL byte in a file; reported).
+  bool SetBuffer(char* text, std::unique_ptr<char[]> owned);
+  bool Push(const char* filename);
+  // Reports a NUL byte at `at` in the current file (the fill stops).
+  void ReportNul(char* at);
+  // Ends the innermost source, or runs a loop's end when `at_loop_end`.
+  // False when there is nothing more to read here: no source is left, an
+  // "endloop" abandoned the text it stood in, or the fill must stop.
+  bool Pop(bool at_loop_end);
+  ostream_fast* p_PopStream();
+  int IsFalse() const { return break_pending_ || continue_pending_ ? 1000 : false_depth_; }
+
+  // Brace groups and expressions ----------------------------------------------
+  // Reads an expression with its optional format and style and appends the
+  // value's text; false when the fill must stop (the error is reported).
+  bool expr_to_string(std::string& text);
+  // The text from *pos up to the first unnested ';', '}', ',' or ')' (or
+  // the line end when `within_line`); *pos moves onto that terminator.
+  std::string BalanceText(char** pos, bool within_line = false);
+  // Balances and evaluates the expression at *pos (execution must be on).
+  // Loop bodies are read again on every pass, so the parsed expression is
+  // remembered by its place in the text and reused while that text is the
+  // same. Null after a failed evaluation (the parser holds the message).
+  symtab* EvaluateText(char** pos);
+  // Reads the expression at *pos and evaluates it when execution is on
+  // (`value` null otherwise). False after reporting a failed evaluation.
+  bool ReadExpression(char** pos, symtab*& value);
+  // Reads one expression (in parentheses, or up to a terminator on the line)
+  // and evaluates it when execution is on. `syntax_failed` is set when a
+  // missing ')' was reported.
+  symtab* evaluate(bool* syntax_failed = nullptr);
+  void error();
+  void expression_error(MathParser* parser);
+  void recover();
+  void WriteDeferredSpaces();
+  void WriteText(const char* text, std::size_t n);
+
+  // Helpers shared by the statements.
+  // A keyword-only switch: sets `field` to `value` when execution is on.
+  void Switch(int& field, int value);
+  void SkipBlanks();
+  bool Expect(char c);
+  // Reports a syntax error at the read position and skips the rest of the
+  // statement; gives the failing statement's result (1).
+  int SyntaxError(const char* message);
+  // Reads ", format [, style]" if present (always for the "format"
+  // statement); false after a reported error.
+  bool ReadFormat(std::string& format, char& letter, int& style, bool set_defaults);
+  // Reads the file name of "include" or "readfill" and pushes the file;
+  // false when the fill must stop.
+  bool IncludeFile(bool as_statements, const char* keyword_message);
+  // The expansion of a call with its arguments at *pos; false when the call
+  // is malformed (reported).
+  bool ExpandMacro(Macro& macro, char** pos, std::unique_ptr<char[]>& text);
+  const char* ReadMacroArguments(Macro& macro, char** p);
+  bool ConditionHolds(const symtab* value) const;
+  // Reads a condition with evaluate(); false when the fill must stop.
+  bool ReadCondition(symtab*& value);
+  bool OpenConditionLevel();
+  bool OpenLoop(int false_increment);
+
+  // False (reported) when one more source would pass the limit.
+  bool HasRoomForSource();
+  // Saves the reader's state, and the current source's own text, in a new
+  // innermost frame.
+  void PushFrame();
+  void RestoreFlags(const SourceFrame& f);
+  void NoSourceLeft();
+  // Ends the innermost source and goes back to the one that opened it;
+  // false when none was open.
+  bool PopPlain();
+  // Ends the innermost loop; reading goes on where it is.
+  void DropLoop();
+  // Starts the next pass of `loop`; false (reported) past the pass limit.
+  bool NextPass(const SourceFrame& loop);
+  void DeleteSources();
+
+  // State ------------------------------------------------------------------------
+  symtab* return_code_ = nullptr;
+  std::unique_ptr<ostrstream_fast> error_stream_;
+  int page_state_[3] = {-1, 25, 0};
+  // Saved states of the sources around the current one, innermost last.
+  std::vector<std::unique_ptr<SourceFrame>> sources_;
+  // The current source's own text; null while it reads a text owned by an
+  // outer source (a loop body, a file including itself).
+  std::unique_ptr<char[]> buffer_;
+  ostream_fast* current_output_ = nullptr;
+  ostream_fast* base_output_ = nullptr;
+  MathParser* parser_ = nullptr;
+  std::string source_name_;
+  int deferred_spaces_ = 0;
+  int owns_parser_ = 0;
+  int margins_[4] = {0, -1, 0, -1};
+  std::map<std::string, std::unique_ptr<Macro>> macros_;
+  int safe_quotes_ = 0;
+  int max_compatibility_ = 0;
+  char* read_pos_ = nullptr;
+  // Where the statement being run starts (its keyword).
+  char* statement_start_ = nullptr;
+  char* buffer_start_ = nullptr;
+  // The buffer of the file being read ('}' and its text), null for text
+  // handed in by the caller.
+  char* file_start_ = nullptr;
+  int error_flag_ = 0;
+  int line_has_statement_ = 0;
+  int resume_brace_ = 0;
+  int line_has_output_ = 0;
+  int condition_depth_ = 0;
+  std::unique_ptr<int[]> condition_stack_;
+  int false_depth_ = 0;
+  std::string number_format_ = "%g";
+  std::string string_format_ = "%s";
+  int format_style_ = 1;
+  char format_letter_ = 'g';
+  // Streams opened by statements, innermost last; the current output is the
+  // last of them, or the fill's base stream (the caller's) when there is none.
+  std::vector<std::unique_ptr<ostream_fast>> output_stack_;
+  float start_time_ = 0.0f;
+  float end_time_ = 0.0f;
+  float default_incr_ = 0.0f;
+  int attach_note_idx_ = -1;
+  int attach_note_on_ = -1;
+  int auto_fill_report_ = 0;
+  bool animation_enabled_ = false;
+  bool break_pending_ = false;
+  bool continue_pending_ = false;
+  // Set when an "endloop" abandoned a source and reading went back to plain
+  // text: the brace group being read is over.
+  bool leave_group_ = false;
+  bool in_format_statement_ = false;
+  // Set when the file to fill holds a NUL byte there: reported instead.
+  char* nul_at_ = nullptr;
+  long long loop_passes_ = 0;
+  std::unique_ptr<ExpressionCache> expression_cache_;
+};
+
+}  // namespace quorvix
+
+#endif  // QUORVIX_TEMPLATE_ENGINE_H

@@ -1,0 +1,144 @@
+// Templates written to break the engine. Each row is a fault once found,
+// with the output and error text that the language's rules give.
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <filesystem>
+#include <string>
+#include <string_view>
+
+#include "quorvix/filler.h"
+#include "quorvix/math_parser.h"
+#include "template/temp_dir.h"
+
+namespace {
+
+using namespace std::string_view_literals;
+
+struct HostileTemplate {
+  const char* name;
+  // Filled as it stands (a literal: the fill must not write into it); null
+  // fills `file` with FillFile instead.
+  const char* text;
+  const char* output;
+  const char* errors;  // "{dir}" stands for the temporary directory
+  long long work = 0;  // the loop-pass limit of the fill; 0: the default
+  // Written into the temporary directory first, or made a FIFO when
+  // `file_text` is empty.
+  const char* file = nullptr;
+  std::string_view file_text = {};
+};
+
+const HostileTemplate kCases[] = {
+    // This once repeated the loop up to the pass limit, whose report then
+    // read outside the text.
+    {.name = "exit_in_a_loop_at_the_pass_limit",
+     .text = "{for(i=0;i<11;i=i+1)}{endloop}{while(1)}{exit}{endloop}",
+     .output = "",
+     .errors = "improperly terminated loop\r\n",
+     .work = 10},
+    {.name = "length_modifier_before_s",
+     .text = "{\"a\", %ls}",
+     .output = "{error}",
+     .errors = "{\"a\", %ls}\r\n        ^\r\nillegal format specifier 's'\r\n"},
+    {.name = "length_modifier_in_the_format_statement",
+     .text = "{format %ls}",
+     .output = "{error}",
+     .errors = "{format %ls}\r\n          ^\r\nillegal format specifier 's'\r\n"},
+    {.name = "format_cut_off_at_the_end",
+     .text = "{format %",
+     .output = "{error}",
+     .errors = "{format %\r\n         ^\r\nillegal format specifier ''\r\n"},
+    // "exit" ends the loop body's text; the loop ends with it, and so does
+    // the text that held the loop: nothing of it is read again.
+    {.name = "exit_in_a_loop_body",
+     .text = "AB{while(1)}C{exit}{endloop}D",
+     .output = "ABC",
+     .errors = "improperly terminated loop\r\n"},
+    {.name = "self_include_from_a_macro_restarts_the_file",
+     .text = "{define m()}{include \"m.txt\"}{enddefine}{n = 0}{m()}",
+     .output = "<1><2><3>",
+     .errors = "",
+     .file = "m.txt",
+     .file_text = "{n = n + 1}<{n}>{if n < 3}{m()}{endif}"},
+    {.name = "nul_byte_in_an_included_file",
+     .text = "A{include \"nul.txt\"}B",
+     .output = "A{error}",
+     .errors = "in file:  {dir}/nul.txt\r\n1{2}\r\n    ^\r\nNUL byte in template\r\n",
+     .file = "nul.txt",
+     .file_text = "x\n1{2}\0rest"sv},
+    {.name = "nul_byte_in_the_file_filled",
+     .text = nullptr,
+     .output = "{error}",
+     .errors = "in file:  {dir}/nul_fill.txt\r\n}ok\r\n   ^\r\nNUL byte in template\r\n",
+     .file = "nul_fill.txt",
+     .file_text = "ok\0{1}"sv},
+    // Elements are data: the first one is assigned as the others are.
+    {.name = "foreach_element_with_quotes_is_not_run",
+     .text = "{y = 0}{foreach (s = {\"a\\\" + y=5 + \\\"\", \"b\"})}[{s}]{endloop}{y}",
+     .output = "[a\" + y=5 + \"][b]0",
+     .errors = ""},
+    {.name = "foreach_element_ending_in_a_backslash",
+     .text = "{foreach (s = {\"x\\\\\", \"y\"})}[{s}]{endloop}",
+     .output = "[x\\][y]",
+     .errors = ""},
+    // The condition without parentheses ends at the line end: found
+    // without writing into the (read-only) text.
+    {.name = "read_only_text",
+     .text = "{x = 1}{if x == 1}yes{endif}\nnext\n",
+     .output = "yes\r\nnext\r\n",
+     .errors = ""},
+    // Reading would block; the file is refused like a missing one.
+    {.name = "include_of_a_fifo",
+     .text = "{include \"fifo\"}",
+     .output = "{error}",
+     .errors = "{include \"fifo\"}\r\n               ^\r\n"
+               "The file \"fifo\" is not in the include path\r\n",
+     .file = "fifo"},
+};
+
+std::string Expand(std::string text, const std::string& dir) {
+  for (std::size_t at = 0; (at = text.find("{dir}", at)) != std::string::npos; at += dir.size())
+    text.replace(at, 5, dir);
+  return text;
+}
+
+// Included names are relative: the fills run in the temporary directory.
+class HostileTemplateTest : public TempDirTest {
+ protected:
+  void SetUp() override {
+    TempDirTest::SetUp();
+    saved_ = std::filesystem::current_path();
+    std::filesystem::current_path(dir_);
+  }
+  void TearDown() override {
+    std::filesystem::current_path(saved_);
+    TempDirTest::TearDown();
+  }
+  std::filesystem::path saved_;
+};
+
+TEST_F(HostileTemplateTest, RowsGiveWhatTheRulesSay) {
+  for (const HostileTemplate& c : kCases) {
+    SCOPED_TRACE(c.name);
+    std::string path;
+    if (c.file != nullptr) {
+      path = (dir_ / c.file).string();
+      if (c.file_text.empty())
+        ASSERT_EQ(::mkfifo(path.c_str(), 0600), 0);
+      else
+        Write(c.file, std::string(c.file_text));
+    }
+    Filler filler;
+    if (c.work != 0) filler.GetMathParser()->policy().limits.work = c.work;
+    char* errors = nullptr;
+    char* out =
+        c.text != nullptr ? filler.Fill(c.text, &errors) : filler.FillFile(path.c_str(), &errors);
+    EXPECT_EQ(std::string(out ? out : "<null>"), c.output);
+    EXPECT_EQ(std::string(errors ? errors : ""), Expand(c.errors, dir_.string()));
+    delete[] out;
+    delete[] errors;
+  }
+}
+
+}  // namespace
