@@ -9,6 +9,7 @@
 #include "template/expression_cache.h"
 #include "template/text_scan.h"
 #include "util/output_stream.h"
+#include "util/run_budget.h"
 
 namespace quorvix {
 
@@ -98,6 +99,7 @@ char* Engine::p_Fill(char** errors) {
   }
 
   FillDepthScope depth;
+  RunBudget::Scope budget(parser_->policy().limits);
   try {
     const int limit = parser_->policy().limits.fills;
     if (depth.too_deep(limit)) {

@@ -183,8 +183,11 @@ class Engine {
   bool PopPlain();
   // Ends the innermost loop; reading goes on where it is.
   void DropLoop();
-  // Starts the next pass of `loop`; false (reported) past the pass limit.
+  // Starts the next pass of `loop`; false (reported) past the work budget.
   bool NextPass(const SourceFrame& loop);
+  // Spends one unit of the fill's work budget (a loop pass, an include, a
+  // macro expansion); false (reported) past the budget or the time limit.
+  bool SpendWork();
   void DeleteSources();
 
   // State ------------------------------------------------------------------------
@@ -242,7 +245,6 @@ class Engine {
   bool in_format_statement_ = false;
   // Set when the file to fill holds a NUL byte there: reported instead.
   char* nul_at_ = nullptr;
-  long long loop_passes_ = 0;
   std::unique_ptr<ExpressionCache> expression_cache_;
 };
 

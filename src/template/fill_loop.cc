@@ -12,6 +12,7 @@
 #include "template/engine_types.h"
 #include "template/text_scan.h"
 #include "util/output_stream.h"
+#include "util/run_budget.h"
 
 namespace quorvix {
 
@@ -61,7 +62,6 @@ void Engine::fill_buffer() {
   format_style_ = 1;
   format_letter_ = 'g';
   attach_note_idx_ = attach_note_on_ = -1;
-  loop_passes_ = 0;
 
   while (true) {
     while (read_pos_ != nullptr && *read_pos_ != '\0') {
@@ -166,7 +166,7 @@ bool Engine::SetBuffer(char* text, std::unique_ptr<char[]> owned) {
 }
 
 bool Engine::Push(const char* filename) {
-  if (!HasRoomForSource()) return false;
+  if (!HasRoomForSource() || !SpendWork()) return false;
   if (!source_name_.empty() && source_name_ == filename && file_start_ != nullptr) {
     // The file being read includes itself (perhaps from a macro expansion
     // or a loop body): read the file's buffer again from the top. The
@@ -319,15 +319,18 @@ bool Engine::Pop(bool at_loop_end) {
 }
 
 bool Engine::NextPass(const SourceFrame& loop) {
-  const long long limit = parser_->policy().limits.work;
-  if (++loop_passes_ > limit) {
-    error();
-    error_stream_->puts(("loop passes exceed the limit (" + std::to_string(limit) + ")").c_str());
-    error_stream_->endl();
-    return false;
-  }
+  if (!SpendWork()) return false;
   read_pos_ = loop.saved_read_pos;
   return true;
+}
+
+bool Engine::SpendWork() {
+  std::string why;
+  if (RunBudget::Spend(&why)) return true;
+  error();
+  error_stream_->puts(why.c_str());
+  error_stream_->endl();
+  return false;
 }
 
 ostream_fast* Engine::p_PopStream() {

@@ -91,27 +91,41 @@ std::string restore_brace(const std::string& text) {
   return str7to8(out);
 }
 
-std::string SubstituteParameters(const Macro& macro) {
-  std::string body = macro.body;
+bool SubstituteParameters(const Macro& macro, std::size_t limit, std::string& out) {
+  out = macro.body;
+  if (out.size() > limit) return false;
+  std::string next;
+  // One pass per parameter, in order: a later parameter's name is replaced
+  // inside the arguments substituted before it too. Each pass copies once,
+  // so a body that names a parameter many times costs linear time.
   for (const MacroParameter& param : macro.parameters) {
     if (param.name.empty()) continue;
     // Arguments join the protected text in 7-bit form.
     const std::string argument = str8to7(param.argument);
-    std::size_t pos = 0;
+    const std::string& body = out;
+    next.clear();
+    std::size_t copied = 0, pos = 0;
     while ((pos = body.find(param.name, pos)) != std::string::npos) {
       const std::size_t end = pos + param.name.size();
-      const bool before_ok =
-          pos == 0 || !(IsWordChar(body[pos - 1]) || body[pos - 1] == '.');
+      const bool before_ok = pos == 0 || !(IsWordChar(body[pos - 1]) || body[pos - 1] == '.');
       const bool after_ok = end >= body.size() || !IsWordChar(body[end]);
-      if (before_ok && after_ok) {
-        body.replace(pos, param.name.size(), argument);
-        pos += argument.size();
-      } else {
+      if (!(before_ok && after_ok)) {
         pos = end;
+        continue;
       }
+      if (next.size() + (pos - copied) + argument.size() > limit) return false;
+      next.append(body, copied, pos - copied).append(argument);
+      pos = copied = end;
     }
+    if (next.size() + (body.size() - copied) > limit) return false;
+    next.append(body, copied, std::string::npos);
+    out.swap(next);
   }
-  return body;
+  return true;
+}
+
+std::string MacroSizeMessage(std::size_t limit) {
+  return "macro expansion too large (limit " + std::to_string(limit) + " bytes)";
 }
 
 }  // namespace quorvix

@@ -6,6 +6,7 @@
 #ifndef QUORVIX_TEMPLATE_MACRO_TEXT_H
 #define QUORVIX_TEMPLATE_MACRO_TEXT_H
 
+#include <cstddef>
 #include <string>
 
 #include "template/engine_types.h"
@@ -19,8 +20,10 @@ std::string restore_brace(const std::string& text);
 
 // The body with each parameter name replaced by its argument text where the
 // name stands alone (not after a letter, digit, '_' or '.', nor before a
-// letter, digit or '_').
-std::string SubstituteParameters(const Macro& macro);
+// letter, digit or '_'), in `out`. False as soon as the text would pass
+// `limit` bytes (`out` is then unspecified).
+bool SubstituteParameters(const Macro& macro, std::size_t limit, std::string& out);
+std::string MacroSizeMessage(std::size_t limit);
 
 }  // namespace quorvix
 

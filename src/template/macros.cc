@@ -163,7 +163,16 @@ bool Engine::ExpandMacro(Macro& macro, char** pos, std::unique_ptr<char[]>& text
     return false;
   }
   *pos = p;
-  text = CopyText("}" + restore_brace(SubstituteParameters(macro)));
+  if (!SpendWork()) return false;
+  const std::size_t limit = parser_->policy().limits.expansion_bytes;
+  std::string body;
+  if (!SubstituteParameters(macro, limit, body)) {
+    error();
+    error_stream_->puts(MacroSizeMessage(limit).c_str());
+    error_stream_->endl();
+    return false;
+  }
+  text = CopyText("}" + restore_brace(body));
   return true;
 }
 
@@ -303,7 +312,9 @@ char* Engine::EvaluateMacro(char* call) {
   Macro& macro = *it->second;
   char* p = comma + 1;
   if (ReadMacroArguments(macro, &p) != nullptr) return nullptr;
-  return CopyText(restore_brace(SubstituteParameters(macro))).release();
+  std::string body;
+  if (!SubstituteParameters(macro, parser_->policy().limits.expansion_bytes, body)) return nullptr;
+  return CopyText(restore_brace(body)).release();
 }
 
 void Engine::RemoveMacro(char* name) {

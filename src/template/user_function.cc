@@ -8,7 +8,9 @@
 #include "expression/function_call.h"
 #include "quorvix/filler.h"
 #include "quorvix/math_parser.h"
+#include "quorvix/message_service.h"
 #include "template/engine_types.h"
+#include "util/run_budget.h"
 
 int UserFunction::cntr = 1;
 std::vector<UserFunction*> UserFunction::fn_list;
@@ -28,18 +30,33 @@ char* Dup(const std::string& s) { return newstrdup(s.c_str()); }
 // Warnings of the function registry go to the active message service, or
 // to standard error.
 void Warn(const std::string& text) {
-  std::fprintf(stderr, "%s\n", text.c_str());
+  MessageServiceBase* service = MathParser::current_parser != nullptr
+                                    ? MathParser::current_parser->MessageService()
+                                    : MathParser::GetActiveMessageService();
+  if (service != nullptr)
+    service->Message(text.c_str());
+  else
+    std::fprintf(stderr, "%s\n", text.c_str());
 }
 
 // The registry's caller for user-defined functions.
 symtab* CallUserFunction(funtab* entry, sym_list* args) {
-  Filler filler;
-  MathParser* parser = filler.GetMathParser();
   if (args->count != entry->nargs) {
     MathParser::Error("Syntax error");
     return nullptr;
   }
+  // Every call counts toward the work budget, so that recursion that
+  // branches (h(n-1) + h(n-1)) ends instead of running for days.
+  std::string why;
+  if (!quorvix::RunBudget::Spend(&why)) {
+    MathParser::Error(why.c_str());
+    return nullptr;
+  }
+  Filler filler;
+  MathParser* parser = filler.GetMathParser();
   MathParser* caller = MathParser::current_parser;
+  // The body runs under the caller's policy: its limits and its trust.
+  if (caller != nullptr) parser->SetPolicy(caller->SharedPolicy());
   if (caller != nullptr && caller->GlobalsInFunctions()) parser->CopyGetFuncs(caller);
   for (int i = 0; i < args->count; ++i) {
     symtab copy(*args->args[i]);

@@ -101,7 +101,8 @@ TEST_F(TemplateLimitsTest, LoopWithoutEndStopsAtThePassLimitWhichCountsPerFill) 
   // report quotes the loop body's text, which begins behind the loop head.
   EXPECT_EQ(r.output, "123456{error}");
   EXPECT_EQ(r.errors, "}{i = i + 1}{i}{endloop}after\r\n                       ^\r\n"
-                      "loop passes exceed the limit (5)\r\n");
+                      "work exceeds the limit (5 loop passes, includes, macro expansions and "
+                      "function calls)\r\n");
   const std::string text = "{foreach (v = {1,2,3,4})}{v}{endloop}";
   EXPECT_EQ(FillWithPassLimit(3, text).output, "1234");
   r = FillWithPassLimit(3, text);
