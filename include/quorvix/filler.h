@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "quorvix/math_parser.h"
+#include "quorvix/output_sink.h"
 #include "quorvix/symtab.h"
 
 class ostream_fast;
@@ -79,6 +80,13 @@ class Filler : public FillerBase {
   // Fills the contents of a file, which error reports then name. Returns
   // null (and no error text) when the file cannot be read.
   char* FillFile(const char* path, char** errors);
+  // As Fill and FillFile, but the output goes to `sink` as the fill goes,
+  // so that a fill of any size runs in flat memory. Returns 0 when the fill
+  // reported no error, 1 when it did (a write the sink refused adds "output
+  // write failed" to the error text), and -1 (no error text) when the file
+  // cannot be read.
+  int FillTo(const char* text, quorvix::OutputSink& sink, char** errors);
+  int FillFileTo(const char* path, quorvix::OutputSink& sink, char** errors);
 };
 
 class DOEFiller : public FillerBase {

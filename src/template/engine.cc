@@ -133,16 +133,46 @@ char* Engine::p_Fill(char** errors) {
 }
 
 char* Engine::FillText(const char* text, char** errors) {
+  ostrstream_fast out;
+  if (!FillTextInto(out, text, errors)) return nullptr;
+  return out.str();
+}
+
+char* Engine::FillFile(const char* path, char** errors) {
+  ostrstream_fast out;
+  if (!FillFileInto(out, path, errors)) return nullptr;
+  return out.str();
+}
+
+int Engine::FillTo(OutputSink& sink, const char* text, const char* path, char** errors) {
+  char* own_errors = nullptr;
+  char** errs = errors != nullptr ? errors : &own_errors;
+  osinkstream_fast out(sink);
+  if (!(path != nullptr ? FillFileInto(out, path, errs) : FillTextInto(out, text, errs)))
+    return -1;
+  if (!out.finish()) {
+    // The output is lost from here on; the error text says so.
+    std::string text = *errs != nullptr ? *errs : "";
+    text += "output write failed\r\n";
+    delete[] *errs;
+    *errs = CopyText(text).release();
+  }
+  const int status = *errs != nullptr ? 1 : 0;
+  delete[] own_errors;
+  return status;
+}
+
+bool Engine::FillTextInto(ostream_fast& out, const char* text, char** errors) {
   // The fill reads its own copy: the caller's text may be read-only.
   std::unique_ptr<char[]> buffer = CopyText(text ? text : "");
   char* start = buffer.get();
-  return RunFill(std::move(buffer), start, std::string(), errors);
+  RunFill(out, std::move(buffer), start, std::string(), errors);
+  return true;
 }
 
-char* Engine::RunFill(std::unique_ptr<char[]> buffer, char* start, const std::string& name,
-                      char** errors, char* nul_at) {
+void Engine::RunFill(ostream_fast& out, std::unique_ptr<char[]> buffer, char* start,
+                     const std::string& name, char** errors, char* nul_at) {
   if (errors != nullptr) *errors = nullptr;
-  ostrstream_fast out;
   current_output_ = &out;
   DeleteSources();
   output_stack_.clear();
@@ -156,22 +186,21 @@ char* Engine::RunFill(std::unique_ptr<char[]> buffer, char* start, const std::st
   leave_group_ = false;
   nul_at_ = nul_at;
   p_Fill(errors);
-  char* result = out.str();
   current_output_ = nullptr;
   base_output_ = nullptr;
-  return result;
 }
 
-char* Engine::FillFile(const char* path, char** errors) {
+bool Engine::FillFileInto(ostream_fast& out, const char* path, char** errors) {
   if (errors != nullptr) *errors = nullptr;
   std::string text;
-  if (path == nullptr || !parser_->policy().ReadFile(path, text, nullptr)) return nullptr;
+  if (path == nullptr || !parser_->policy().ReadFile(path, text, nullptr)) return false;
   text.insert(0, 1, '}');  // as for included files: a template may include itself
   std::unique_ptr<char[]> buffer = CopyText(text);
   char* start = buffer.get() + 1;
   const std::size_t nul = text.find('\0');
   char* nul_at = nul == std::string::npos ? nullptr : buffer.get() + nul;
-  return RunFill(std::move(buffer), start, path, errors, nul_at);
+  RunFill(out, std::move(buffer), start, path, errors, nul_at);
+  return true;
 }
 
 }  // namespace quorvix

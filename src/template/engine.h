@@ -21,6 +21,7 @@ class ostrstream_fast;
 
 namespace quorvix {
 
+class OutputSink;
 struct Macro;
 struct SourceFrame;
 class ExpressionCache;
@@ -45,6 +46,10 @@ class Engine {
   char* FillText(const char* text, char** errors);
   // Fills a file named in reports as `path`; null when it cannot be read.
   char* FillFile(const char* path, char** errors);
+  // Fills the text, or the file at `path` when that is not null, writing
+  // the output to `sink` as it goes: 0 without errors, 1 with (a refused
+  // write adds "output write failed"), -1 when the file cannot be read.
+  int FillTo(OutputSink& sink, const char* text, const char* path, char** errors);
 
   symtab* TakeReturnCode();
   symtab* ReturnCode() const { return return_code_; }
@@ -100,8 +105,11 @@ class Engine {
   // Fills the text in `buffer` (owned by the fill) from `start`; `name` is
   // the file the text is reported as, empty for a caller's text. A NUL byte
   // at `nul_at` is reported instead of filling.
-  char* RunFill(std::unique_ptr<char[]> buffer, char* start, const std::string& name,
-                char** errors, char* nul_at = nullptr);
+  void RunFill(ostream_fast& out, std::unique_ptr<char[]> buffer, char* start,
+               const std::string& name, char** errors, char* nul_at = nullptr);
+  // The two sources of a fill, into `out`; false when the file cannot be read.
+  bool FillTextInto(ostream_fast& out, const char* text, char** errors);
+  bool FillFileInto(ostream_fast& out, const char* path, char** errors);
   // The common body of a fill; returns the error text (new[]) or null.
   char* p_Fill(char** errors);
 

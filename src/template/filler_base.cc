@@ -67,6 +67,18 @@ char* DOEFiller::Fill(const char* text, char** errors) { return engine_->FillTex
 
 char* Filler::FillFile(const char* path, char** errors) { return engine_->FillFile(path, errors); }
 
+int Filler::FillTo(const char* text, quorvix::OutputSink& sink, char** errors) {
+  return engine_->FillTo(sink, text, nullptr, errors);
+}
+
+int Filler::FillFileTo(const char* path, quorvix::OutputSink& sink, char** errors) {
+  if (path == nullptr) {
+    if (errors != nullptr) *errors = nullptr;
+    return -1;
+  }
+  return engine_->FillTo(sink, nullptr, path, errors);
+}
+
 char* Filler::FillLabel(const char* text) {
   MathParser* parser = engine_->parser();
   parser->SetErrorMessage(nullptr);

@@ -15,8 +15,8 @@ using cli_test::Outcome;
 using cli_test::ReadFile;
 
 constexpr const char* kUsage =
-    "usage: quorvix fill [-o FILE] [-I DIR]... [-D NAME=EXPR]... [--lf] [--safe-quotes] "
-    "[FILE...]\n";
+    "usage: quorvix fill [-o FILE] [-I DIR]... [-D NAME=EXPR]... [--lf] [--safe-quotes]\n"
+    "                    [--time-limit SECONDS] [FILE...]\n";
 
 class FillCliTest : public TempDirTest {
  protected:

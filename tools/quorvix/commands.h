@@ -14,6 +14,10 @@ int RunEval(const Args& args);
 int RunFill(const Args& args);
 int RunFunctions(const Args& args);
 
+// Reads the value of --time-limit: seconds, a number >= 0 (0: no limit).
+// False for anything else.
+bool ParseSeconds(const std::string& text, double& seconds);
+
 // Exit statuses shared by the subcommands.
 inline constexpr int kExitOk = 0;
 inline constexpr int kExitFailed = 1;

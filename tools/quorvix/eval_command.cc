@@ -51,6 +51,15 @@ int RunEval(const Args& args) {
       define = args[++i];
     } else if (a.rfind("-D", 0) == 0 && a.size() > 2) {
       define = a.substr(2);
+    } else if (a == "--time-limit") {
+      double seconds = 0.0;
+      if (i + 1 >= args.size() || !ParseSeconds(args[i + 1], seconds)) {
+        std::fprintf(stderr, "quorvix eval: --time-limit needs seconds >= 0\n");
+        return kExitUsage;
+      }
+      parser.policy().limits.seconds = seconds;
+      ++i;
+      continue;
     } else if (a == "--") {
       exprs.insert(exprs.end(), args.begin() + static_cast<long>(i) + 1, args.end());
       break;
@@ -67,7 +76,7 @@ int RunEval(const Args& args) {
     defines.emplace_back(define.substr(0, eq), define.substr(eq + 1));
   }
   if (exprs.empty()) {
-    std::fputs("usage: quorvix eval [-D NAME=EXPR]... EXPR...\n", stderr);
+    std::fputs("usage: quorvix eval [-D NAME=EXPR]... [--time-limit SECONDS] EXPR...\n", stderr);
     return kExitUsage;
   }
 

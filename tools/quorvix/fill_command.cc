@@ -19,11 +19,13 @@ struct FillOptions {
   std::vector<std::pair<std::string, std::string>> defines;
   bool lf = false;
   bool safe_quotes = false;
+  double seconds = 0.0;
   std::vector<std::string> files;
 };
 
 constexpr const char* kFillUsage =
-    "usage: quorvix fill [-o FILE] [-I DIR]... [-D NAME=EXPR]... [--lf] [--safe-quotes] [FILE...]\n";
+    "usage: quorvix fill [-o FILE] [-I DIR]... [-D NAME=EXPR]... [--lf] [--safe-quotes]\n"
+    "                    [--time-limit SECONDS] [FILE...]\n";
 
 // Returns false after printing a usage error.
 bool ParseOptions(const Args& args, FillOptions& o) {
@@ -61,6 +63,13 @@ bool ParseOptions(const Args& args, FillOptions& o) {
       o.lf = true;
     } else if (a == "--safe-quotes") {
       o.safe_quotes = true;
+    } else if (a == "--time-limit") {
+      if (!value(v)) return false;
+      if (!ParseSeconds(v, o.seconds)) {
+        std::fprintf(stderr, "quorvix fill: bad time limit '%s' (expected seconds >= 0)\n",
+                     v.c_str());
+        return false;
+      }
     } else if (a == "-h" || a == "--help") {
       std::fputs(kFillUsage, stdout);
       std::exit(kExitOk);
@@ -109,44 +118,50 @@ int RunFill(const Args& args) {
     value->Delete();
   }
 
+  // Every file must be readable before anything is written.
+  for (const std::string& file : o.files) {
+    std::FILE* f = file == "-" ? nullptr : std::fopen(file.c_str(), "rb");
+    if (file != "-" && f == nullptr) {
+      std::fprintf(stderr, "quorvix fill: cannot read '%s'\n", file.c_str());
+      return kExitUsage;
+    }
+    if (f != nullptr) std::fclose(f);
+  }
+  std::unique_ptr<std::FILE, int (*)(std::FILE*)> destination(nullptr, &std::fclose);
+  if (!o.output.empty()) {
+    destination.reset(std::fopen(o.output.c_str(), "wb"));
+    if (destination == nullptr) {
+      std::fprintf(stderr, "quorvix fill: cannot write '%s'\n", o.output.c_str());
+      return kExitUsage;
+    }
+  }
+  // The output goes out as the fill makes it: memory stays flat however
+  // much a template writes.
+  FileSink sink(destination != nullptr ? destination.get() : stdout, o.lf);
+
+  parser.policy().limits.seconds = o.seconds;
   Filler filler(&parser);
   filler.SafeQuotes(o.safe_quotes ? 1 : 0);
-  std::string output;
   bool failed = false;
   for (const std::string& file : o.files) {
     char* errors = nullptr;
-    char* text = nullptr;
+    int status = 0;
     if (file == "-") {
       std::string input((std::istreambuf_iterator<char>(std::cin)), std::istreambuf_iterator<char>());
-      text = filler.Fill(input.c_str(), &errors);
+      status = filler.FillTo(input.c_str(), sink, &errors);
     } else {
-      text = filler.FillFile(file.c_str(), &errors);
-      if (text == nullptr) {
+      status = filler.FillFileTo(file.c_str(), sink, &errors);
+      if (status < 0) {
         std::fprintf(stderr, "quorvix fill: cannot read '%s'\n", file.c_str());
         return kExitUsage;
       }
     }
-    output += text;
-    delete[] text;
     if (errors != nullptr) {
       std::string e = o.lf ? ToLf(errors) : std::string(errors);
       std::fputs(e.c_str(), stderr);
       delete[] errors;
-      failed = true;
     }
-  }
-  if (o.lf) output = ToLf(std::move(output));
-
-  if (o.output.empty()) {
-    std::fwrite(output.data(), 1, output.size(), stdout);
-  } else {
-    std::FILE* f = std::fopen(o.output.c_str(), "wb");
-    if (f == nullptr) {
-      std::fprintf(stderr, "quorvix fill: cannot write '%s'\n", o.output.c_str());
-      return kExitUsage;
-    }
-    std::fwrite(output.data(), 1, output.size(), f);
-    std::fclose(f);
+    failed = failed || status != 0;
   }
   return failed ? kExitFailed : kExitOk;
 }

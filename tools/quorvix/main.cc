@@ -1,5 +1,6 @@
 // quorvix: fill templates and evaluate expressions from the command line.
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <string>
 
@@ -19,7 +20,9 @@ constexpr const char* kUsage =
     "      -D, --define NAME=EXPR set NAME to the value of EXPR before the fill (repeatable)\n"
     "      --lf                   write LF line ends instead of CR LF\n"
     "      --safe-quotes          start with safe quotes on\n"
-    "  eval [-D NAME=EXPR]... EXPR...   evaluate each EXPR in order and print its value\n"
+    "      --time-limit SECONDS   stop each fill after SECONDS (default: no limit)\n"
+    "  eval [-D NAME=EXPR]... [--time-limit SECONDS] EXPR...\n"
+    "                                   evaluate each EXPR in order and print its value\n"
     "  functions                        list the registered functions with their argument word\n"
     "\n"
     "options:\n"
@@ -38,6 +41,18 @@ constexpr Command kCommands[] = {
 };
 
 }  // namespace
+
+namespace quorvix::cli {
+
+bool ParseSeconds(const std::string& text, double& seconds) {
+  char* end = nullptr;
+  const double v = std::strtod(text.c_str(), &end);
+  if (text.empty() || end == nullptr || *end != '\0' || !(v >= 0.0) || v > 1e9) return false;
+  seconds = v;
+  return true;
+}
+
+}  // namespace quorvix::cli
 
 int main(int argc, char** argv) {
   if (argc < 2) {
