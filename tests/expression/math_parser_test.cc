@@ -120,13 +120,8 @@ TEST_F(MathParserTest, UnknownNamesAreLeftInTheTableAsUndefined) {
   EXPECT_EQ(Eval(p, "A"), "error: Unknown symbol \"A\"");
 }
 
-TEST_F(MathParserTest, ErrorPositionCountsFromTheStartOfTheGivenText) {
+TEST_F(MathParserTest, ExpressionTextIsACopyOfTheLastText) {
   MathParser p;
-  EXPECT_EQ(Eval(p, "   1 + #"), "error: Syntax error");
-  EXPECT_EQ(p.ErrorPosition(), 7);
-  EXPECT_EQ(Eval(p, "\t(1"), "error: Unmatched '('");
-  EXPECT_EQ(p.ErrorPosition(), 1);
-  // The text is copied.
   char text[] = "  1+2";
   EXPECT_EQ(Eval(p, text), "3");
   text[2] = '9';
@@ -319,17 +314,6 @@ TEST_F(MathParserTest, SetFunctionsHearEverySuccessfulStoreWithTheNewValue) {
   EXPECT_EQ(p.NumSetFuncs(), 2);
   Set(p, {"a=1"});
   EXPECT_EQ(g_stores.size(), 2u);
-}
-
-TEST_F(MathParserTest, EscapeOptionBelongsToEachParser) {
-  MathParser on, off;
-  off.AllowEscapeCharactersInStrings(false);
-  EXPECT_TRUE(on.AllowEscapeCharactersInStrings());
-  // The same text, alternately, so that no parse result is carried over.
-  for (int round = 0; round < 2; ++round) {
-    EXPECT_EQ(Eval(on, "\"a\\\\b\""), "a\\b");
-    EXPECT_EQ(Eval(off, "\"a\\\\b\""), "a\\\\b");
-  }
 }
 
 // ---- Parsed expressions ---------------------------------------------------------------

@@ -81,14 +81,19 @@ TEST_F(ParseCacheTest, KeptExpressionOfARemovedFunctionFailsCleanly) {
   EXPECT_EQ(Eval(p, e.get()), "15");
 }
 
+// The same text, alternately in two parsers and after switching, so that no
+// parse is carried over from one setting of the escape option to the other.
 TEST_F(ParseCacheTest, EscapeOptionChangesTheParseOfTheSameText) {
-  MathParser p;
+  MathParser on, off;
+  off.AllowEscapeCharactersInStrings(false);
+  EXPECT_TRUE(on.AllowEscapeCharactersInStrings());
   const std::string text = "\"a\\\\\"+\"b\"";  // "a\\"+"b"
-  EXPECT_EQ(Eval(p, text), "a\\b");
-  p.AllowEscapeCharactersInStrings(false);
-  EXPECT_EQ(Eval(p, text), "a\\\\b");
-  p.AllowEscapeCharactersInStrings(true);
-  EXPECT_EQ(Eval(p, text), "a\\b");
+  for (int round = 0; round < 2; ++round) {
+    EXPECT_EQ(Eval(on, text), "a\\b");
+    EXPECT_EQ(Eval(off, text), "a\\\\b");
+  }
+  off.AllowEscapeCharactersInStrings(true);
+  EXPECT_EQ(Eval(off, text), "a\\b");
 }
 
 // One cached tree serves every parser: each evaluation must read the
