@@ -210,8 +210,9 @@ class CaseFileTest : public testing::Test {
       const std::size_t blank = std::min(d->text.find(' '), d->text.size());
       const std::string word = d->text.substr(0, blank),
                         arg = d->text.substr(std::min(blank + 1, d->text.size()));
-      const std::size_t colon = arg.find(": ");
-      if (word == "file" && colon != std::string::npos && Decode(arg.substr(colon + 2), text)) {
+      const std::size_t colon = arg.find(':');
+      const std::string content = arg.substr(std::min(colon + 2, arg.size()));
+      if (word == "file" && colon != std::string::npos && Decode(content, text)) {
         dir.Write(arg.substr(0, colon), at_dir(text));
       } else if (word == "safe_quotes") {
         filler.SafeQuotes(1);
