@@ -19,6 +19,8 @@ std::string Shown(const std::vector<std::string>& args) {
 
 std::string FirstLine(const std::string& text) { return text.substr(0, text.find('\n')); }
 
+constexpr const char* kEvalUsage = "usage: quorvix eval [-D NAME=EXPR]... EXPR...\n";
+
 TEST(CliTest, EvalValuesAndErrors) {
   // A null `out`, `err` or `err_first` (the first line of errors) is not checked.
   const struct {
@@ -26,26 +28,18 @@ TEST(CliTest, EvalValuesAndErrors) {
     int status;
     const char *out, *err, *err_first;
   } cases[] = {
+      // clang-format off
       // Each value on a line of its own.
-      {{"eval", "1+1", "{1,2}", "\"text\"", "{{1,2},{3,4}}", "{\"a\",\"b\"}"},
-       0,
-       "2\n1, 2\ntext\n{ 1, 2 }, { 3, 4 }\n{ \"a\", \"b\" }\n",
-       "",
-       nullptr},
+      {{"eval", "1+1", "{1,2}", "\"text\"", "{{1,2},{3,4}}", "{\"a\",\"b\"}"}, 0,
+       "2\n1, 2\ntext\n{ 1, 2 }, { 3, 4 }\n{ \"a\", \"b\" }\n", "", nullptr},
       // One parser, in order.
       {{"eval", "a=2", "a*3", "a++", "a"}, 0, "\n6\n2\n3\n", nullptr, nullptr},
       // Definitions, evaluated before the expressions.
-      {{"eval", "-D", "x=2+3", "-Dy={1,2}", "--define", "z=\"s\"", "x*2", "y", "z"},
-       0,
-       "10\n1, 2\ns\n",
-       nullptr,
-       nullptr},
+      {{"eval", "-D", "x=2+3", "-Dy={1,2}", "--define", "z=\"s\"", "x*2", "y", "z"}, 0,
+       "10\n1, 2\ns\n", nullptr, nullptr},
       {{"eval", "x*10", "-D", "x=4"}, 0, "40\n", nullptr, nullptr},
       // Everything after "--" is an expression.
-      {{"eval", "-D", "Dx=3", "--", "-1", "-Dx", "--"},
-       1,
-       "-1\n-3\n",
-       nullptr,
+      {{"eval", "-D", "Dx=3", "--", "-1", "-Dx", "--"}, 1, "-1\n-3\n", nullptr,
        "quorvix: Syntax Error"},
       // Errors go to standard error with a caret and stop the evaluation.
       {{"eval", "1", "1/0", "2"}, 1, "1\n", "quorvix: Divide by zero\n  1/0\n   ^\n", nullptr},
@@ -53,12 +47,17 @@ TEST(CliTest, EvalValuesAndErrors) {
       {{"eval", "-D", "x=1+", "2"}, 1, "", nullptr, "quorvix: Syntax Error"},
       {{"eval", "nothing"}, 1, nullptr, nullptr, "quorvix: Unknown symbol \"nothing\""},
       // Usage errors.
-      {{"eval"}, 2, "", nullptr, nullptr},
-      {{"eval", "-D"}, 2, "", nullptr, nullptr},
-      {{"eval", "-D", "novalue", "1"}, 2, "", nullptr, nullptr},
-      {{"eval", "-D", "=3", "1"}, 2, "", nullptr, nullptr},
-      {{"eval", "-D", "x=1"}, 2, "", nullptr, nullptr},
-      {{"functions", "extra"}, 2, "", nullptr, nullptr},
+      {{"eval"}, 2, "", kEvalUsage, nullptr},
+      {{"eval", "-D"}, 2, "", "quorvix eval: -D needs NAME=EXPR\n", nullptr},
+      {{"eval", "-D", "novalue", "1"}, 2, "", nullptr,
+       "quorvix eval: bad definition 'novalue' (expected NAME=EXPR)"},
+      {{"eval", "-D", "=3", "1"}, 2, "", nullptr,
+       "quorvix eval: bad definition '=3' (expected NAME=EXPR)"},
+      {{"eval", "-D", "x=1"}, 2, "", kEvalUsage, nullptr},
+      {{"functions", "extra"}, 2, "", "usage: quorvix functions\n", nullptr},
+      {{"frobnicate"}, 2, "", nullptr, "quorvix: unknown command 'frobnicate'"},
+      {{}, 2, "", nullptr, "usage: quorvix <command> [arguments]"},
+      // clang-format on
   };
   for (const auto& c : cases) {
     Outcome r = RunCli(c.args);
@@ -73,17 +72,8 @@ TEST(CliTest, EvalValuesAndErrors) {
     if (c.err_first) {
       EXPECT_EQ(FirstLine(r.err), c.err_first) << shown;
     }
-    if (c.status == 2) {
-      EXPECT_NE(r.err, "") << shown;
-    }
   }
-  Outcome r = RunCli({});
-  EXPECT_EQ(r.status, 2);
-  EXPECT_NE(r.err.find("usage"), std::string::npos);
-  r = RunCli({"frobnicate"});
-  EXPECT_EQ(r.status, 2);
-  EXPECT_NE(r.err.find("frobnicate"), std::string::npos);
-  r = RunCli({"--help"});
+  Outcome r = RunCli({"--help"});
   EXPECT_EQ(r.status, 0);
   EXPECT_NE(r.out.find("functions"), std::string::npos);
 }
@@ -136,6 +126,7 @@ TEST_F(FillCliTest, StandardInputOptionsAndErrors) {
     std::string out;
     std::optional<std::string> err;
   } cases[] = {
+      // clang-format off
       {{}, "a{1+1}\nb\n", 0, "a2\r\nb\r\n", ""},
       {{"-D", "x=2*3", "--define", "s=\"t\"", "-Dy=1"}, "{x}{s}{y}", 0, "6t1", ""},
       {{"-D", "x"}, "{1}", 2, "", "quorvix fill: bad definition 'x' (expected NAME=EXPR)\n"},
@@ -143,19 +134,13 @@ TEST_F(FillCliTest, StandardInputOptionsAndErrors) {
       {{"--lf"}, "a\r\nb\n{1/0}", 1, "a\nb\n", "Divide by zero in expression:\n1/0\n"},
       {{"--safe-quotes"}, "\"{1}\" {2}", 0, "\"{1}\" 2", std::nullopt},
       {{}, "\"{1}\" {2}", 0, "\"1\" 2", std::nullopt},
-      {{},
-       "line1\n  {endif}\n",
-       1,
-       "line1\r\n  {error}",
+      {{}, "line1\n  {endif}\n", 1, "line1\r\n  {error}",
        "  {endif}\r\n        ^\r\nunbalanced endif\r\n"},
       {{"no_such_file.txt"}, "", 2, "", "quorvix fill: cannot read 'no_such_file.txt'\n"},
       // A replaced function entry is kept until the library unloads; freeing
       // it there must not disturb the exit, when the output is still buffered.
-      {{},
-       "{function cli_twice(){return 1}}{function cli_twice(){return 2}}{cli_twice()}",
-       0,
-       "2",
-       ""},
+      {{}, "{function cli_twice(){return 1}}{function cli_twice(){return 2}}{cli_twice()}", 0,
+       "2", ""},
       {{"--help"}, "", 0, kUsage, ""},
       {{"--bogus"}, "", 2, "", "quorvix fill: unknown option '--bogus'\n"},
       {{"-o"}, "", 2, "", "quorvix fill: -o needs a value\n"},
@@ -166,14 +151,11 @@ TEST_F(FillCliTest, StandardInputOptionsAndErrors) {
       {{"-I", incdir}, include, 0, "found!", ""},
       {{"--include", incdir}, include, 0, "found!", ""},
       {{"-I" + incdir}, include, 0, "found!", ""},
-      {{},
-       include,
-       1,
-       "{error}",
-       "{include \"only_in_incdir.txt\"}!\r\n                             ^\r\n"
+      {{}, include, 1, "{error}", "{include \"only_in_incdir.txt\"}!\r\n                             ^\r\n"
        "The file \"only_in_incdir.txt\" is not in the include path\r\n"},
       {{"-o", out}, "x{3}\n", 0, "", ""},
       {{"-o", bad}, "x", 2, "", "quorvix fill: cannot write '" + bad + "'\n"},
+      // clang-format on
   };
   for (const auto& c : cases) {
     Outcome r = Fill(c.args, c.input);
