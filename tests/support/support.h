@@ -3,12 +3,10 @@
 #ifndef QUORVIX_TESTS_SUPPORT_SUPPORT_H_
 #define QUORVIX_TESTS_SUPPORT_SUPPORT_H_
 
-#include <fcntl.h>
 #include <gtest/gtest.h>
-#include <spawn.h>
 #include <sys/wait.h>
-#include <unistd.h>
 
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
@@ -19,8 +17,6 @@
 #include "quorvix/math_parser.h"
 #include "quorvix/symtab.h"
 #include "template/value_format.h"  // the one internal header: how eval prints a value
-
-extern char** environ;
 
 namespace qt {
 
@@ -179,39 +175,23 @@ struct Outcome {
 };
 
 // Runs the command-line program with `args`, standard input read from
-// `in_path`, in `cwd` (the current directory when empty). Its output goes to
-// files read afterwards, so that neither pipe can fill up.
+// `in_path`, in `cwd` (the current directory when empty); its output and
+// errors are taken from the files they were sent to.
 inline Outcome RunCli(const std::vector<std::string>& args,
                       const std::string& in_path = "/dev/null", const std::string& cwd = "") {
-  Outcome result;
+  auto quote = [](const std::string& s) {
+    std::string q = "'";
+    for (char c : s) q += c == '\'' ? std::string("'\\''") : std::string(1, c);
+    return q + "'";
+  };
   TempDir dir;
-  const std::string out_path = (dir.path() / "out").string();
-  const std::string err_path = (dir.path() / "err").string();
-  std::vector<std::string> argv_text = {QUORVIX_CLI_PATH};
-  argv_text.insert(argv_text.end(), args.begin(), args.end());
-  std::vector<char*> argv;
-  for (std::string& a : argv_text) argv.push_back(a.data());
-  argv.push_back(nullptr);
-  posix_spawn_file_actions_t actions;
-  posix_spawn_file_actions_init(&actions);
-  posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, in_path.c_str(), O_RDONLY, 0);
-  posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, out_path.c_str(),
-                                   O_WRONLY | O_CREAT | O_TRUNC, 0600);
-  posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, err_path.c_str(),
-                                   O_WRONLY | O_CREAT | O_TRUNC, 0600);
-  if (!cwd.empty()) posix_spawn_file_actions_addchdir_np(&actions, cwd.c_str());
-  pid_t pid = 0;
-  int rc = posix_spawn(&pid, argv[0], &actions, nullptr, argv.data(), environ);
-  posix_spawn_file_actions_destroy(&actions);
-  int status = 0;
-  if (rc != 0) {
-    ADD_FAILURE() << "cannot start " << argv[0];
-  } else if (waitpid(pid, &status, 0) == pid && WIFEXITED(status)) {
-    result.status = WEXITSTATUS(status);
-  }
-  result.out = ReadFile(out_path);
-  result.err = ReadFile(err_path);
-  return result;
+  const std::string out = (dir.path() / "out").string(), err = (dir.path() / "err").string();
+  std::string command =
+      (cwd.empty() ? "" : "cd " + quote(cwd) + " && ") + "exec " + quote(QUORVIX_CLI_PATH);
+  for (const std::string& a : args) command += " " + quote(a);
+  command += " <" + quote(in_path) + " >" + quote(out) + " 2>" + quote(err);
+  const int status = std::system(command.c_str());
+  return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, ReadFile(out), ReadFile(err)};
 }
 
 }  // namespace qt
