@@ -18,7 +18,7 @@
 #include "quorvix/symtab.h"
 #include "template/value_format.h"  // the one internal header: how eval prints a value
 
-namespace qt {
+namespace quorvix::test {
 
 namespace fs = std::filesystem;
 
@@ -194,7 +194,10 @@ inline Outcome RunCli(const std::vector<std::string>& args,
   return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, ReadFile(out), ReadFile(err)};
 }
 
-}  // namespace qt
+}  // namespace quorvix::test
+
+// Short enough to write at every use.
+namespace qt = quorvix::test;
 
 // A fixture owning a fresh temporary directory `dir_`.
 class TempDirTest : public testing::Test {
