@@ -1,25 +1,15 @@
 // The quorvix command-line program, run as a separate process.
-#include <gtest/gtest.h>
-
 #include <algorithm>
-#include <sstream>
+#include <optional>
 #include <string>
 #include <vector>
 
-#include "cli/run_cli.h"
+#include "support/support.h"
 
 namespace {
 
-using cli_test::Outcome;
-using cli_test::RunCli;
-
-std::vector<std::string> Lines(const std::string& text) {
-  std::vector<std::string> lines;
-  std::stringstream s(text);
-  std::string line;
-  while (std::getline(s, line)) lines.push_back(line);
-  return lines;
-}
+using qt::Outcome;
+using qt::RunCli;
 
 std::string Shown(const std::vector<std::string>& args) {
   std::string shown;
@@ -27,16 +17,18 @@ std::string Shown(const std::vector<std::string>& args) {
   return shown;
 }
 
-TEST(CliEvalTest, ValuesAndErrors) {
+std::string FirstLine(const std::string& text) { return text.substr(0, text.find('\n')); }
+
+constexpr const char* kEvalUsage = "usage: quorvix eval [-D NAME=EXPR]... [--time-limit SECONDS] EXPR...\n";
+
+TEST(CliTest, EvalValuesAndErrors) {
   // A null `out`, `err` or `err_first` (the first line of errors) is not checked.
-  struct Case {
+  const struct {
     std::vector<std::string> args;
     int status;
-    const char* out;
-    const char* err;
-    const char* err_first;
-  };
-  const Case cases[] = {
+    const char *out, *err, *err_first;
+  } cases[] = {
+      // clang-format off
       // Each value on a line of its own.
       {{"eval", "1+1", "{1,2}", "\"text\"", "{{1,2},{3,4}}", "{\"a\",\"b\"}"}, 0,
        "2\n1, 2\ntext\n{ 1, 2 }, { 3, 4 }\n{ \"a\", \"b\" }\n", "", nullptr},
@@ -54,8 +46,20 @@ TEST(CliEvalTest, ValuesAndErrors) {
       {{"eval", "  (1 + 2"}, 1, "", "quorvix: Unmatched '('\n    (1 + 2\n    ^\n", nullptr},
       {{"eval", "-D", "x=1+", "2"}, 1, "", nullptr, "quorvix: Syntax Error"},
       {{"eval", "nothing"}, 1, nullptr, nullptr, "quorvix: Unknown symbol \"nothing\""},
+      // Usage errors.
+      {{"eval"}, 2, "", kEvalUsage, nullptr},
+      {{"eval", "-D"}, 2, "", "quorvix eval: -D needs NAME=EXPR\n", nullptr},
+      {{"eval", "-D", "novalue", "1"}, 2, "", nullptr,
+       "quorvix eval: bad definition 'novalue' (expected NAME=EXPR)"},
+      {{"eval", "-D", "=3", "1"}, 2, "", nullptr,
+       "quorvix eval: bad definition '=3' (expected NAME=EXPR)"},
+      {{"eval", "-D", "x=1"}, 2, "", kEvalUsage, nullptr},
+      {{"functions", "extra"}, 2, "", "usage: quorvix functions\n", nullptr},
+      {{"frobnicate"}, 2, "", nullptr, "quorvix: unknown command 'frobnicate'"},
+      {{}, 2, "", nullptr, "usage: quorvix <command> [arguments]"},
+      // clang-format on
   };
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     Outcome r = RunCli(c.args);
     const std::string shown = Shown(c.args);
     EXPECT_EQ(r.status, c.status) << shown << r.err;
@@ -66,52 +70,126 @@ TEST(CliEvalTest, ValuesAndErrors) {
       EXPECT_EQ(r.err, c.err) << shown;
     }
     if (c.err_first) {
-      EXPECT_EQ(Lines(r.err).at(0), c.err_first) << shown;
+      EXPECT_EQ(FirstLine(r.err), c.err_first) << shown;
     }
   }
-}
-
-TEST(CliTest, UsageErrorsExitWithTwo) {
-  const std::vector<std::vector<std::string>> cases = {
-      {"eval"}, {"eval", "-D"}, {"eval", "-D", "novalue", "1"}, {"eval", "-D", "=3", "1"},
-      {"eval", "-D", "x=1"}, {"functions", "extra"}};
-  for (const auto& args : cases) {
-    Outcome r = RunCli(args);
-    EXPECT_EQ(r.status, 2) << Shown(args);
-    EXPECT_EQ(r.out, "") << Shown(args);
-    if (args[0] == "eval") {
-      EXPECT_NE(r.err, "") << Shown(args);
-    }
-  }
-  Outcome none = RunCli({});
-  EXPECT_EQ(none.status, 2);
-  EXPECT_NE(none.err.find("usage"), std::string::npos);
-  Outcome unknown = RunCli({"frobnicate"});
-  EXPECT_EQ(unknown.status, 2);
-  EXPECT_NE(unknown.err.find("frobnicate"), std::string::npos);
-}
-
-TEST(CliTest, HelpGoesToStandardOutput) {
   Outcome r = RunCli({"--help"});
   EXPECT_EQ(r.status, 0);
-  EXPECT_NE(r.out.find("eval"), std::string::npos);
   EXPECT_NE(r.out.find("functions"), std::string::npos);
 }
 
-TEST(CliFunctionsTest, ListsSortedNamesWithTheirArgumentWords) {
+TEST(CliTest, FunctionsListsSortedNamesWithTheirArgumentWords) {
   Outcome r = RunCli({"functions"});
   EXPECT_EQ(r.status, 0);
-  std::vector<std::string> lines = Lines(r.out);
-  for (const char* expected : {"sin 1", "atan2 2", "inverse 1", "sqrt 1", "log 1", "ln 1"})
+  std::vector<std::string> lines;
+  for (std::size_t at = 0, end; at < r.out.size(); at = end + 1) {
+    end = r.out.find('\n', at);
+    lines.push_back(r.out.substr(at, end - at));
+  }
+  for (const char* expected : {"sin 1", "atan2 2", "inverse 1", "ln 1"})
     EXPECT_NE(std::find(lines.begin(), lines.end(), expected), lines.end()) << expected;
   EXPECT_TRUE(std::is_sorted(lines.begin(), lines.end())) << r.out;
   for (const std::string& line : lines) {
-    std::size_t space = line.find(' ');
-    ASSERT_NE(space, std::string::npos) << line;
-    EXPECT_GT(space, 0u) << line;
-    EXPECT_EQ(line.substr(space + 1).find_first_not_of("0123456789"), std::string::npos)
+    const std::size_t space = line.find(' ');
+    EXPECT_TRUE(space > 0 && space != std::string::npos &&
+                line.find_first_not_of("0123456789", space + 1) == std::string::npos)
         << line;
   }
+}
+
+constexpr const char* kUsage =
+    "usage: quorvix fill [-o FILE] [-I DIR]... [-D NAME=EXPR]... [--lf] [--safe-quotes]\n"
+    "                    [--time-limit SECONDS] [FILE...]\n";
+
+class FillCliTest : public TempDirTest {
+ protected:
+  // Runs "quorvix fill ARGS" in the directory "work" with `input` as standard input.
+  Outcome Fill(const std::vector<std::string>& args, const std::string& input = "") {
+    std::vector<std::string> all = {"fill"};
+    all.insert(all.end(), args.begin(), args.end());
+    std::filesystem::create_directories(dir_ / "work");
+    return RunCli(all, Write("stdin.txt", input), (dir_ / "work").string());
+  }
+  std::string Path(const std::string& name) { return (dir_ / name).string(); }
+};
+
+TEST_F(FillCliTest, StandardInputOptionsAndErrors) {
+  const std::string incdir = Path("incdir"), out = Path("result.txt"), bad = Path("none/out.txt");
+  Write("incdir/only_in_incdir.txt", "found");
+  Write("work/part.txt", "part");
+  const std::string include = "{include \"only_in_incdir.txt\"}!";
+  // An absent `err` is not checked.
+  const struct {
+    std::vector<std::string> args;
+    std::string input;
+    int status;
+    std::string out;
+    std::optional<std::string> err;
+  } cases[] = {
+      // clang-format off
+      {{}, "a{1+1}\nb\n", 0, "a2\r\nb\r\n", ""},
+      {{"-D", "x=2*3", "--define", "s=\"t\"", "-Dy=1"}, "{x}{s}{y}", 0, "6t1", ""},
+      {{"-D", "x"}, "{1}", 2, "", "quorvix fill: bad definition 'x' (expected NAME=EXPR)\n"},
+      {{"-D", "x=1/0"}, "{1}", 2, "", "quorvix fill: -D x: Divide by zero\n"},
+      {{"--lf"}, "a\r\nb\n{1/0}", 1, "a\nb\n", "Divide by zero in expression:\n1/0\n"},
+      {{"--safe-quotes"}, "\"{1}\" {2}", 0, "\"{1}\" 2", std::nullopt},
+      {{}, "\"{1}\" {2}", 0, "\"1\" 2", std::nullopt},
+      {{}, "line1\n  {endif}\n", 1, "line1\r\n  {error}",
+       "  {endif}\r\n        ^\r\nunbalanced endif\r\n"},
+      {{"no_such_file.txt"}, "", 2, "", "quorvix fill: cannot read 'no_such_file.txt'\n"},
+      // A replaced function entry is kept until the library unloads; freeing
+      // it there must not disturb the exit, when the output is still buffered.
+      {{}, "{function cli_twice(){return 1}}{function cli_twice(){return 2}}{cli_twice()}", 0,
+       "2", ""},
+      {{"--help"}, "", 0, kUsage, ""},
+      {{"--bogus"}, "", 2, "", "quorvix fill: unknown option '--bogus'\n"},
+      {{"-o"}, "", 2, "", "quorvix fill: -o needs a value\n"},
+      {{"-I"}, "", 2, "", "quorvix fill: -I needs a value\n"},
+      {{"-D"}, "", 2, "", "quorvix fill: -D needs a value\n"},
+      // Includes are found relative to the working directory or an -I option.
+      {{}, "<{include \"part.txt\"}>", 0, "<part>", ""},
+      {{"-I", incdir}, include, 0, "found!", ""},
+      {{"--include", incdir}, include, 0, "found!", ""},
+      {{"-I" + incdir}, include, 0, "found!", ""},
+      {{}, include, 1, "{error}", "{include \"only_in_incdir.txt\"}!\r\n                             ^\r\n"
+       "The file \"only_in_incdir.txt\" is not in the include path\r\n"},
+      {{"-o", out}, "x{3}\n", 0, "", ""},
+      {{"-o", bad}, "x", 2, "", "quorvix fill: cannot write '" + bad + "'\n"},
+      // clang-format on
+  };
+  for (const auto& c : cases) {
+    Outcome r = Fill(c.args, c.input);
+    const std::string shown = Shown(c.args) + c.input;
+    EXPECT_EQ(r.status, c.status) << shown;
+    EXPECT_EQ(r.out, c.out) << shown;
+    if (c.err) {
+      // A usage error is followed by the usage line.
+      const bool usage = c.status == 2 && c.args.size() == 1 && c.args[0][0] == '-';
+      EXPECT_EQ(r.err, *c.err + (usage ? kUsage : "")) << shown;
+    }
+  }
+  EXPECT_EQ(qt::ReadFile(out), "x3\r\n");
+  EXPECT_EQ(Fill({"--output", out}, "y").status, 0);
+  EXPECT_EQ(qt::ReadFile(out), "y");
+}
+
+TEST_F(FillCliTest, FilesAndDashAreFilledInOrderByOneEngine) {
+  // The variable carries over from one file to the next.
+  Outcome r = Fill({Write("a.txt", "{x = 2}A{x}\n"), Write("b.txt", "B{x * 10}\n")});
+  EXPECT_EQ(r.status, 0);
+  EXPECT_EQ(r.out, "A2\r\nB20\r\n");
+  r = Fill({Write("f.txt", "[file]"), "-"}, "[stdin]");
+  EXPECT_EQ(r.out, "[file][stdin]");
+  // An error names the file; later files are filled after a failed one.
+  const std::string file = Write("bad.txt", "ok\n{endif}\n");
+  r = Fill({file});
+  EXPECT_EQ(r.status, 1);
+  EXPECT_EQ(r.out, "ok\r\n{error}");
+  EXPECT_EQ(r.err, "in file:  " + file + "\r\n{endif}\r\n      ^\r\nunbalanced endif\r\n");
+  r = Fill({Write("bad2.txt", "{1/0}"), Write("good.txt", "good")});
+  EXPECT_EQ(r.status, 1);
+  EXPECT_EQ(r.out, "good");
+  EXPECT_EQ(r.err, "Divide by zero in expression:\r\n1/0\r\n");
 }
 
 }  // namespace

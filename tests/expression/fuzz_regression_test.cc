@@ -1,19 +1,12 @@
 // Inputs that once crashed the evaluator, tripped a sanitizer or gave a wrong
 // answer under fuzzing. Each must now come back cleanly: a value, or exactly
 // the stated message. Run them under the sanitizer build as well.
-#include <gtest/gtest.h>
-
 #include <string>
 #include <vector>
 
-#include "quorvix/math_parser.h"
+#include "support/support.h"
 
 namespace {
-
-std::string g_reported;  // the first message, as a host's error function gets it
-void Capture(const char* m) {
-  if (g_reported.empty() && m != nullptr) g_reported = m;
-}
 
 TEST(FuzzRegression, EvaluatesWithoutFault) {
   struct Case {
@@ -30,20 +23,18 @@ TEST(FuzzRegression, EvaluatesWithoutFault) {
       {"{7,8}[2^64]", "Subscript out of range"},
       {"(v={1})[-2^2^32]", "Subscript out of range"},
   };
-  ErrorFunc saved = MathParser::err_fun;
-  MathParser::SetErrorFunction(Capture);
+  qt::ErrorCapture errors;
   for (const Case& c : cases) {
-    g_reported.clear();
+    errors.Clear();
     MathParser parser;
     // A terminated private copy of exactly this size, for the sanitizer.
     std::vector<char> text(c.input.c_str(), c.input.c_str() + c.input.size() + 1);
     symtab* value = parser.Evaluate(text.data());
-    EXPECT_EQ(value == nullptr, *c.message != '\0') << c.input << ": " << g_reported;
-    EXPECT_EQ(g_reported, c.message) << c.input;
+    EXPECT_EQ(value == nullptr, *c.message != '\0') << c.input << ": " << errors.first;
+    EXPECT_EQ(errors.first, c.message) << c.input;
     if (value != nullptr) value->Delete();
     MathParser::ClearError();
   }
-  MathParser::SetErrorFunction(saved);
 }
 
 }  // namespace

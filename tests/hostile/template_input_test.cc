@@ -9,7 +9,7 @@
 
 #include "quorvix/filler.h"
 #include "quorvix/math_parser.h"
-#include "template/temp_dir.h"
+#include "support/support.h"
 
 namespace {
 

@@ -2,19 +2,13 @@
 // change a parse (the registry, the escape option) is seen at once.
 #include "expression/parse_cache.h"
 
-#include <gtest/gtest.h>
-
 #include <memory>
 #include <string>
 #include <vector>
 
-#include "quorvix/math_parser.h"
-#include "quorvix/value_format.h"
+#include "support/support.h"
 
 namespace {
-
-std::string g_message;
-void Capture(const char* m) { g_message = m ? m : ""; }
 
 symtab* Tripled(sym_list* args) {
   symtab* s = args->Take(0);
@@ -23,40 +17,36 @@ symtab* Tripled(sym_list* args) {
   return s;
 }
 
-std::string Describe(symtab* v) {
-  if (v == nullptr) return "error: " + g_message;
-  std::string out;
-  quorvix::FormatValue(*v, quorvix::ValueFormat{}, out);
-  v->Delete();
-  return out;
-}
-std::string Eval(MathParser& p, const std::string& text) {
-  g_message.clear();
-  return Describe(p.Evaluate(text.c_str()));
-}
-std::string EvalExpr(MathParser& p, MathParserExpression* e) {
-  g_message.clear();
-  return Describe(p.Evaluate(e));
-}
-
-class ParseCacheTest : public testing::Test {
+class ParseCacheTest : public qt::ParserTest {
  protected:
-  void SetUp() override { saved_ = MathParser::err_fun, MathParser::SetErrorFunction(Capture); }
   void TearDown() override {
     quorvix::EnableParseCache(true);
     MathParser::RemoveFunc("qvcache_fn");
-    MathParser::SetErrorFunction(saved_);
   }
-  ErrorFunc saved_ = nullptr;
 };
 
-const char* const kTexts[] = {
-    "n=2", "n*3+1", "v={1,2,3}", "v[1]", "v[{2,0}]", "n++", "n", "s=\"a\\tb\"", "s+\"c\"",
-    "1 ? n : 0", "0:1:0.25", "@printable(n^2)", "@derivative(n^3)", "1+", "(n", "v[5]",
-    "x", "n+=1", "n"};
+const char* const kTexts[] = {"n=2",
+                              "n*3+1",
+                              "v={1,2,3}",
+                              "v[1]",
+                              "v[{2,0}]",
+                              "n++",
+                              "n",
+                              "s=\"a\\tb\"",
+                              "s+\"c\"",
+                              "1 ? n : 0",
+                              "0:1:0.25",
+                              "@printable(n^2)",
+                              "@derivative(n^3)",
+                              "1+",
+                              "(n",
+                              "v[5]",
+                              "x",
+                              "n+=1",
+                              "n"};
 
 TEST_F(ParseCacheTest, ResultsAreTheSameWithTheCacheOnAndOff) {
-  auto run = [](bool cache) {
+  auto run = [this](bool cache) {
     quorvix::EnableParseCache(cache);
     MathParser p;
     std::vector<std::string> out;
@@ -86,19 +76,24 @@ TEST_F(ParseCacheTest, KeptExpressionOfARemovedFunctionFailsCleanly) {
   std::unique_ptr<MathParserExpression> e(p.CreateExpression("qvcache_fn(5)"));
   ASSERT_NE(e, nullptr);
   MathParser::RemoveFunc("qvcache_fn");
-  EXPECT_EQ(EvalExpr(p, e.get()), "error: Unknown function");
+  EXPECT_EQ(Eval(p, e.get()), "error: Unknown function");
   ASSERT_EQ(MathParser::AddFunc("qvcache_fn", Tripled, 1), 0);
-  EXPECT_EQ(EvalExpr(p, e.get()), "15");
+  EXPECT_EQ(Eval(p, e.get()), "15");
 }
 
+// The same text, alternately in two parsers and after switching, so that no
+// parse is carried over from one setting of the escape option to the other.
 TEST_F(ParseCacheTest, EscapeOptionChangesTheParseOfTheSameText) {
-  MathParser p;
+  MathParser on, off;
+  off.AllowEscapeCharactersInStrings(false);
+  EXPECT_TRUE(on.AllowEscapeCharactersInStrings());
   const std::string text = "\"a\\\\\"+\"b\"";  // "a\\"+"b"
-  EXPECT_EQ(Eval(p, text), "a\\b");
-  p.AllowEscapeCharactersInStrings(false);
-  EXPECT_EQ(Eval(p, text), "a\\\\b");
-  p.AllowEscapeCharactersInStrings(true);
-  EXPECT_EQ(Eval(p, text), "a\\b");
+  for (int round = 0; round < 2; ++round) {
+    EXPECT_EQ(Eval(on, text), "a\\b");
+    EXPECT_EQ(Eval(off, text), "a\\\\b");
+  }
+  off.AllowEscapeCharactersInStrings(true);
+  EXPECT_EQ(Eval(off, text), "a\\b");
 }
 
 // One cached tree serves every parser: each evaluation must read the
@@ -132,7 +127,7 @@ TEST_F(ParseCacheTest, ClearingTheCacheKeepsKeptExpressionsAlive) {
   std::unique_ptr<MathParserExpression> e(p.CreateExpression("{1,2,3}[2]"));
   ASSERT_NE(e, nullptr);
   quorvix::ClearParseCache();
-  EXPECT_EQ(EvalExpr(p, e.get()), "3");
+  EXPECT_EQ(Eval(p, e.get()), "3");
 }
 
 }  // namespace

@@ -1,62 +1,22 @@
-// UserFunction: default names, declaration parsing, copies, registration
-// and calls through the expression service.
+// UserFunction: declaration parsing, copies, registration and calls through
+// the expression service.
 #include "quorvix/user_function.h"
 
-#include <gtest/gtest.h>
-
 #include <algorithm>
-#include <cctype>
 #include <string>
 #include <vector>
 
-#include "quorvix/math_parser.h"
-#include "quorvix/symtab.h"
+#include "support/support.h"
 
 namespace {
 
-// The number behind "func_" in a default name; -1 when the name has
-// another form.
-int DefaultNumber(const char* name) {
-  std::string n = name ? name : "";
-  if (n.rfind("func_", 0) != 0 || n.size() == 5) return -1;
-  for (std::size_t i = 5; i < n.size(); ++i)
-    if (!std::isdigit(static_cast<unsigned char>(n[i]))) return -1;
-  return std::stoi(n.substr(5));
-}
+class UserFunctionTest : public qt::ParserTest {};
 
-// Evaluates `text` in a fresh parser: the value, or "error: <message>".
-std::string Call(const char* text) {
-  MathParser parser;
-  symtab* v = parser.Evaluate(text);
-  if (v == nullptr)
-    return std::string("error: ") + (parser.ErrorMessage() ? parser.ErrorMessage() : "");
-  std::string r =
-      v->type == SYM_SCALAR ? std::to_string(static_cast<long long>(v->value)) : "non-scalar";
-  v->Delete();
-  return r;
-}
-
-TEST(UserFunctionDefaultsTest, ConsecutiveNumbersDefaultTextAndFields) {
-  const int before = UserFunction::cntr;
-  UserFunction f;
-  UserFunction b;
-  EXPECT_EQ(DefaultNumber(f.Name()), before);
-  EXPECT_EQ(DefaultNumber(b.Name()), before + 1);
-  EXPECT_EQ(UserFunction::cntr, before + 2);
-  EXPECT_EQ(std::string(f.FunctionText()), "function " + std::string(f.Name()) + "()\n{\n}");
-  EXPECT_EQ(f.NumArgs(), 0);
-  EXPECT_EQ(f.ArgName(0), nullptr);
-  EXPECT_TRUE(f.Editable());
-  EXPECT_EQ(f.IsValid(), 1);
-  EXPECT_EQ(f.RegisteredName(), nullptr);
-}
-
-TEST(UserFunctionParseTest, DeclarationsValidAndInvalid) {
+TEST_F(UserFunctionTest, DeclarationsValidAndInvalid) {
   // `before` (when not null) is set first; an invalid text keeps the name
   // and arguments parsed before it fails, and is stored as it stands.
   const struct {
-    const char* before;
-    const char* text;
+    const char *before, *text;
     int valid;
     const char* name;
     std::vector<std::string> args;
@@ -85,17 +45,15 @@ TEST(UserFunctionParseTest, DeclarationsValidAndInvalid) {
     EXPECT_EQ(f.ArgName(static_cast<int>(c.args.size())), nullptr) << c.text;
     EXPECT_EQ(f.ArgName(-1), nullptr) << c.text;
   }
-  UserFunction f;
-  f.FunctionText("nothing");
-  EXPECT_EQ(f.IsValid(), 0);
   // The name setter leaves the text.
+  UserFunction f;
   f.FunctionText("function a1(){return 1}");
   f.Name("b1");
   EXPECT_STREQ(f.Name(), "b1");
   EXPECT_STREQ(f.FunctionText(), "function a1(){return 1}");
 }
 
-TEST(UserFunctionCopyTest, CopyAndAssignmentAreDeepEditableAndUnregistered) {
+TEST_F(UserFunctionTest, CopyAndAssignmentAreDeepEditableAndUnregistered) {
   UserFunction f;
   f.FunctionText("function uf_copy_src(a, b){return a}");
   f.Editable(false);
@@ -116,33 +74,23 @@ TEST(UserFunctionCopyTest, CopyAndAssignmentAreDeepEditableAndUnregistered) {
   MathParser::RemoveUserFn("uf_copy_src");
 }
 
-TEST(UserFunctionRegisterTest, RegisteredFunctionIsCallableWithItsArgumentCount) {
-  UserFunction f;
-  f.FunctionText("function uf_plus(a, b){return a + b}");
-  EXPECT_EQ(UserFunction::Register(&f, 0), 1);
-  EXPECT_STREQ(f.RegisteredName(), "uf_plus");
-  EXPECT_EQ(Call("uf_plus(2, 3)"), "5");
-  EXPECT_EQ(Call("uf_plus(1)"), "error: Syntax error");
-  EXPECT_EQ(Call("uf_plus(1, 2, 3)"), "error: Syntax error");
-  MathParser::RemoveUserFn("uf_plus");
-}
-
-TEST(UserFunctionRegisterTest, RegisteringAgainReplacesBodyOrName) {
+TEST_F(UserFunctionTest, RegisteringAgainReplacesBodyOrName) {
   UserFunction f;
   f.FunctionText("function uf_old_name(a){return a}");
-  UserFunction::Register(&f, 0);
+  EXPECT_EQ(UserFunction::Register(&f, 0), 1);
+  EXPECT_EQ(Eval("uf_old_name(1, 2)"), "error: Syntax error");  // the argument count counts
   f.FunctionText("function uf_old_name(a){return a + 1}");
   UserFunction::Register(&f, 0);
-  EXPECT_EQ(Call("uf_old_name(1)"), "2");
+  EXPECT_EQ(Eval("uf_old_name(1)"), "2");
   f.FunctionText("function uf_new_name(a){return a + 2}");
   UserFunction::Register(&f, 0);
   EXPECT_STREQ(f.RegisteredName(), "uf_new_name");
-  EXPECT_EQ(Call("uf_new_name(1)"), "3");
+  EXPECT_EQ(Eval("uf_new_name(1)"), "3");
   EXPECT_EQ(MathParser::FunLook("uf_old_name"), nullptr);
   MathParser::RemoveUserFn("uf_new_name");
 }
 
-TEST(UserFunctionRegisterTest, KeepListsEachObjectOnceAndUpdatesTheListedOne) {
+TEST_F(UserFunctionTest, KeepListsEachObjectOnceAndUpdatesTheListedOne) {
   UserFunction f;
   f.FunctionText("function uf_kept(a){return a}");
   UserFunction::Register(&f, 1);
@@ -154,7 +102,7 @@ TEST(UserFunctionRegisterTest, KeepListsEachObjectOnceAndUpdatesTheListedOne) {
   newer.FunctionText("function uf_kept_renamed(a){return a + 100}");
   UserFunction::Register(&newer, 1);
   EXPECT_STREQ(f.FunctionText(), "function uf_kept_renamed(a){return a + 100}");
-  EXPECT_EQ(Call("uf_kept_renamed(1)"), "101");
+  EXPECT_EQ(Eval("uf_kept_renamed(1)"), "101");
   // The list does not own the objects: take them out before they die.
   std::erase(UserFunction::fn_list, &f);
   std::erase(UserFunction::fn_list, &newer);

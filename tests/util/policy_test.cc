@@ -9,7 +9,7 @@
 #include <fstream>
 #include <string>
 
-#include "template/temp_dir.h"
+#include "support/support.h"
 
 namespace {
 
