@@ -1,2 +1,0 @@
-// TempDirTest now lives with the other shared helpers.
-#include "support/support.h"  // IWYU pragma: export
