@@ -200,8 +200,6 @@ class MathParser {
 
   static std::string error_text_;
   static std::uint64_t registry_generation_;
-
-  friend class MathParserTestPeer;
 };
 
 #endif  // QUORVIX_MATH_PARSER_H
