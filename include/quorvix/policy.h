@@ -53,8 +53,6 @@ struct Limits {
   int sources = 1000;
   // Nesting of fills (user-function calls, fill and eval inside a fill).
   int fills = 64;
-  // Bytes one fill may write; 0: no limit.
-  unsigned long long output_bytes = 0;
 };
 
 enum class FileMode { kRead, kWrite, kAppend };
