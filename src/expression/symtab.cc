@@ -4,6 +4,9 @@
 #include <new>
 #include <utility>
 
+#include "expression/value_limits.h"
+#include "parser/core/error.h"
+
 namespace {
 
 // Free list of symtab-sized blocks. The library is single-threaded by
@@ -172,6 +175,10 @@ void symtab::SetScalar(double v) {
 }
 
 double* symtab::SetArray(int r, int c) {
+  // Callers check sizes and report at their own position; this is the last
+  // line for one that did not.
+  if (!quorvix::ElementCountFits(r, c))
+    throw ParserCore_NS::Error(quorvix::ArrayTooLargeMessage());
   ReleasePayload();
   type = SYM_ARRAY;
   rows = r;
