@@ -9,6 +9,7 @@
 #include "expression/builtin_table.h"
 #include "parser/core/error.h"
 #include "parser/math/parse_cache.h"
+#include "util/stack_budget.h"
 
 MathParser* MathParser::current_parser = nullptr;
 ErrorFunc MathParser::err_fun = nullptr;
@@ -126,6 +127,9 @@ symtab* MathParser::Guarded(int position_offset, Body body) {
     error_message_ = nullptr;
   }
   CurrentParserScope scope(this);
+  // The outermost evaluation on the thread sets the stack budget that
+  // everything nested inside it (expressions, fills, functions) shares.
+  quorvix::StackScope stack(policy_->limits.stack_bytes);
   error_text_.clear();
   symtab* result = nullptr;
   try {
@@ -167,6 +171,7 @@ symtab* MathParser::Evaluate(char* text) {
 MathParserExpression* MathParser::CreateExpression(const char* text) {
   if (text == nullptr) return nullptr;
   CurrentParserScope scope(this);
+  quorvix::StackScope stack(policy_->limits.stack_bytes);
   while (std::isspace(static_cast<unsigned char>(*text))) ++text;
   try {
     return new MathParserExpression(quorvix::ParseExpression(text, allow_escape_characters_));

@@ -7,6 +7,7 @@
 #include "template/engine_types.h"
 #include "template/expression_cache.h"
 #include "util/output_stream.h"
+#include "util/stack_budget.h"
 
 namespace {
 
@@ -168,11 +169,14 @@ char* FillerBase::p_Fill(char** errors) {
   FillDepthScope depth;
   try {
     const int limit = parser_->policy().limits.fills;
-    if (depth.too_deep(limit)) {
+    const bool no_stack = !depth.too_deep(limit) && quorvix::StackExhausted();
+    if (depth.too_deep(limit) || no_stack) {
+      const std::string why = no_stack ? quorvix::StackMessage() : quorvix::FillDepthMessage(limit);
       current_output_->puts("{error}");
-      error_stream_->puts(quorvix::FillDepthMessage(limit).c_str());
+      error_stream_->puts(why.c_str());
       error_stream_->endl();
       error_flag_ = 1;
+      if (no_stack) parser_->SetErrorMessage(why.c_str());  // callers report it as the cause
     } else {
       fill_buffer();
     }
@@ -208,6 +212,7 @@ char* FillerBase::RunFill(const char* text, char** errors) {
 
 char* FillerBase::RunFill(char* buffer, char* start, const std::string& name, char** errors) {
   if (errors != nullptr) *errors = nullptr;
+  quorvix::StackScope stack(parser_->policy().limits.stack_bytes);
   ostrstream_fast out;
   current_output_ = &out;
   DeleteSources();
