@@ -39,6 +39,8 @@ MathParser& Setup() {
     // Loops without end are stopped by the engine; keep them short here.
     auto* p = new MathParser;
     p->policy().limits.work = 10000;
+    p->policy().limits.elements = 10'000'000;
+    p->policy().limits.string_bytes = 1u << 20;
     return p;
   }();
   return *parser;

@@ -76,7 +76,7 @@ for name in "${fuzzers[@]}"; do
   # New inputs go to a scratch corpus; the checked-in seeds stay as they are.
   work="$build_dir/corpus-run/$name"
   mkdir -p "$work"
-  options=(-max_total_time="$seconds" -timeout=10 -rss_limit_mb=4096 -max_len=512
+  options=(-max_total_time="$seconds" -timeout=10 -rss_limit_mb=4096 -max_len=4096
            -print_final_stats=1 -artifact_prefix="$artifacts/$name-")
   dict="$ROOT/fuzz/${name%_fuzzer}.dict"
   [[ -f $dict ]] && options+=(-dict="$dict")

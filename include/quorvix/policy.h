@@ -39,7 +39,8 @@ struct Limits {
   // Wall-clock seconds one outermost fill or evaluation may run; 0: none.
   double seconds = 0.0;
   // Stack bytes that evaluation and nested fills may use, measured from the
-  // outermost call on the calling thread.
+  // outermost call on the calling thread; 0: no budget. The default leaves
+  // room to spare on a 1 MB thread stack.
   std::size_t stack_bytes = 768 * 1024;
   // Elements in one numeric value or strings in one list.
   long long elements = 100'000'000;

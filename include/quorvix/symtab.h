@@ -62,7 +62,8 @@ struct symtab {
   // Helpers used throughout the library (not part of the raw record layout).
   void SetScalar(double v);               // frees any payload, kind 1
   // Frees any payload and makes a rows x cols array; the elements are left
-  // uninitialised. Returns data.
+  // uninitialised. Returns data. Past the policy's element limit it throws
+  // the expression language's error and leaves the record as it was.
   double* SetArray(int r, int c);
   void SetString(const char* s);          // frees any payload, one string
   void SetStrings(char** list, int n);    // takes ownership of list and strings

@@ -1,6 +1,7 @@
 #include "expression/function_call.h"
 
 #include <string>
+#include <optional>
 
 #include "quorvix/math_parser.h"
 
@@ -30,6 +31,9 @@ symtab* CallEntry(funtab* entry, sym_list* args, int position) {
       return Unavailable(why.c_str());
   }
   FunctionCallers& callers = Callers();
+  // These kinds read their entry (body, program, name) while they run.
+  std::optional<RunningEntry> running;
+  if (entry->is_external || entry->is_user || entry->is_library) running.emplace(entry);
   if (entry->is_external)
     return callers.external ? callers.external(entry, args)
                             : Unavailable("external functions are not available");

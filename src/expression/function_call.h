@@ -19,6 +19,19 @@ struct FunctionCallers {
 
 FunctionCallers& Callers();
 
+// Marks a call of `entry` as running for its lifetime: an entry displaced
+// or removed meanwhile is freed only when its last running call ends.
+class RunningEntry {
+ public:
+  explicit RunningEntry(funtab* entry);
+  ~RunningEntry();
+  RunningEntry(const RunningEntry&) = delete;
+  RunningEntry& operator=(const RunningEntry&) = delete;
+
+ private:
+  funtab* entry_;
+};
+
 // Calls the entry with the arguments, dispatching on its kind flags (external,
 // user, library, context, plain). Returns the handler's record or null. When
 // the current parser's policy refuses the entry's call flags, reports the

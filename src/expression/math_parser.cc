@@ -9,7 +9,10 @@
 #include "expression/builtin_registrar.h"
 #include "parser/core/error.h"
 #include "expression/parse_cache.h"
+#include "util/limit_error.h"
 #include "util/run_budget.h"
+#include "util/stack_budget.h"
+#include "values/value_limits.h"
 #include "values/value_ops.h"
 
 MathParser* MathParser::current_parser = nullptr;
@@ -27,6 +30,13 @@ namespace {
 
 // Value operations report through the service's error function.
 const bool g_value_errors_routed = (quorvix::ops::SetErrorSink(&MathParser::Error), true);
+
+// Value sizes are bounded by the current parser's policy.
+const quorvix::Limits* CurrentParserLimits() {
+  return MathParser::current_parser != nullptr ? &MathParser::current_parser->policy().limits
+                                               : nullptr;
+}
+const bool g_value_limits_routed = (quorvix::SetLimitsSource(&CurrentParserLimits), true);
 
 quorvix::BuiltinRegistrar g_builtin_registrar = nullptr;
 
@@ -140,6 +150,9 @@ symtab* MathParser::Guarded(int position_offset, Body body) {
   // An evaluation outside any fill owns the work and time budget; inside a
   // fill it joins the fill's.
   quorvix::RunBudget::Scope budget(policy_->limits);
+  // The outermost evaluation on the thread sets the stack budget that
+  // everything nested inside it (expressions, fills, functions) shares.
+  quorvix::StackScope stack(policy_->limits.stack_bytes);
   error_text_.clear();
   symtab* result = nullptr;
   try {
@@ -148,6 +161,9 @@ symtab* MathParser::Guarded(int position_offset, Body body) {
     // Positions count from the start of the text as given.
     error_position_ = position_offset + (e.position() < 0 ? 0 : e.position());
     Report(this, e.message().c_str());
+  } catch (const quorvix::LimitExceeded& e) {
+    error_position_ = position_offset;
+    Report(this, e.what());
   } catch (int) {
     // An integer thrown inside ends the evaluation silently.
     SetErrorMessage("");
@@ -181,6 +197,7 @@ symtab* MathParser::Evaluate(char* text) {
 MathParserExpression* MathParser::CreateExpression(const char* text) {
   if (text == nullptr) return nullptr;
   CurrentParserScope scope(this);
+  quorvix::StackScope stack(policy_->limits.stack_bytes);
   while (std::isspace(static_cast<unsigned char>(*text))) ++text;
   try {
     return new MathParserExpression(quorvix::ParseExpression(text, allow_escape_characters_));

@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "expression/function_call.h"
+#include "values/value_limits.h"
 #include "values/value_ops.h"
 #include "parser/core/error.h"
 #include "quorvix/math_parser.h"
@@ -55,6 +56,18 @@ unsigned CutIndex(double d) {
 }
 
 [[noreturn]] void Fail(const char* message, int pos) { throw Error(message, pos); }
+
+void CheckElements(long long rows, long long cols, int pos) {
+  if (!quorvix::ElementCountFits(rows, cols)) throw Error(quorvix::ArrayTooLargeMessage(), pos);
+}
+
+// Bytes of the strings at `idx` in `v`, checked against the string limit.
+void CheckStringBytes(const symtab& v, const std::vector<unsigned>& idx, int pos) {
+  std::size_t bytes = 0;
+  for (unsigned i : idx) bytes += std::strlen(v.str_list[i]);
+  if (bytes > quorvix::CurrentLimits().string_bytes)
+    throw Error(quorvix::StringTooLongMessage(), pos);
+}
 
 double (*PureKernel(const funtab* e))(double);
 
@@ -140,6 +153,9 @@ void StoreRange(symtab& rec, const symtab& sub, const symtab& value, int pos) {
     if (value.type != SYM_STRINGS) Fail("Incompatable array types", pos);
     if (value.num_strings != 1 && value.num_strings != static_cast<int>(idx.size()))
       Fail("Incompatable array dimensions", pos);
+    if (value.num_strings == 1 &&
+        std::strlen(value.str_list[0]) > quorvix::CurrentLimits().string_bytes / idx.size())
+      Fail(quorvix::StringTooLongMessage().c_str(), pos);
     for (std::size_t i = 0; i < idx.size(); ++i) {
       char* copy = newstrdup(value.str_list[value.num_strings == 1 ? 0 : i]);
       delete[] rec.str_list[idx[i]];
@@ -174,7 +190,8 @@ void QuorvixSymtabAdaptor::makeRange(symtab& start, symtab& end, symtab& step, s
   if (s == 0.0) Fail("Invalid step size", pos);
   double count = 1.0 + std::floor((b - a) / s * 1.000000001);
   if (!(count >= 1.0)) Fail("Invalid step size", pos);
-  if (count > static_cast<double>(kMaxArrayElements)) Fail("Out of memory", pos);
+  if (count > static_cast<double>(quorvix::ElementLimit()))
+    Fail(quorvix::ArrayTooLargeMessage().c_str(), pos);
   int n = static_cast<int>(count);
   double* d = out.SetArray(1, n);
   for (int i = 0; i < n; ++i) d[i] = a + i * s;
@@ -217,6 +234,7 @@ void QuorvixSymtabAdaptor::makeArray(std::vector<symtab>& elements, symtab& out,
       out.SetArray(1, 0);
       return;
     case kScalars: {
+      CheckElements(1, count, pos);
       double* d = out.SetArray(1, count);
       for (int i = 0; i < count; ++i) d[i] = elements[i].value;
       return;
@@ -232,7 +250,7 @@ void QuorvixSymtabAdaptor::makeArray(std::vector<symtab>& elements, symtab& out,
       return;
     }
     case kVectors: {
-      if (static_cast<long long>(count) * width > kMaxArrayElements) Fail("Out of memory", pos);
+      CheckElements(count, width, pos);
       double* d = out.SetArray(count, width);
       if (width == 0) return;
       for (int i = 0; i < count; ++i)
@@ -374,6 +392,7 @@ void QuorvixSymtabAdaptor::subrange(symtab& v, const symtab& sub, int pos) {
   switch (v.type) {
     case SYM_STRINGS: {
       std::vector<unsigned> idx = RangeIndices(sub, v.num_strings, pos);
+      CheckStringBytes(v, idx, pos);
       char** list = new char*[idx.size()];
       for (std::size_t i = 0; i < idx.size(); ++i) list[i] = newstrdup(v.str_list[idx[i]]);
       v.SetStrings(list, static_cast<int>(idx.size()));
@@ -388,6 +407,7 @@ void QuorvixSymtabAdaptor::subrange(symtab& v, const symtab& sub, int pos) {
         double* d = v.rows == 1 ? result.SetArray(1, n) : result.SetArray(n, 1);
         for (int i = 0; i < n; ++i) d[i] = v.data[idx[i]];
       } else {
+        CheckElements(n, v.cols, pos);
         double* d = result.SetArray(n, v.cols);
         for (int i = 0; i < n; ++i)
           std::memcpy(d + static_cast<std::size_t>(i) * v.cols,

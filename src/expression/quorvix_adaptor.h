@@ -65,9 +65,6 @@ class QuorvixSymtabAdaptor : public ParserCore_NS::SymtabAdaptor {
   void logicalNot(symtab& v, int pos) override;
 };
 
-// Largest array the language builds on its own (ranges, literals).
-inline constexpr long long kMaxArrayElements = 100'000'000;
-
 }  // namespace MathParser_NS
 
 #endif

@@ -4,22 +4,33 @@
 #include <cctype>
 #include <cstdlib>
 #include <cstring>
+#include <unordered_map>
 #include <vector>
 
+#include "expression/function_call.h"
 #include "quorvix/math_parser.h"
 
 std::map<std::string, funtab*> MathParser::func_list;
 std::uint64_t MathParser::registry_generation_ = 0;
 
-// Entries displaced by a replacing registration. They may still be running
-// (a function body that redefines itself), so they are kept until the
-// registry is cleared.
-// Defined before the cleanup object of this file, so it is destroyed after it.
+// Entries displaced or removed while a call of theirs runs (a function body
+// that redefines itself) wait here until the last such call returns; every
+// other displaced entry is freed at once, so redefining a function in a loop
+// keeps one entry. Defined before the cleanup object of this file, so they
+// are destroyed after it.
 std::vector<funtab*> g_retired_entries;
+std::unordered_map<const funtab*, int> g_running_calls;
 
 static std::vector<funtab*>& RetiredEntries() { return g_retired_entries; }
 
 namespace {
+
+void Retire(funtab* entry) {
+  if (g_running_calls.count(entry))
+    RetiredEntries().push_back(entry);
+  else
+    delete entry;
+}
 
 std::string Key(const char* name) {
   std::string key(name ? name : "");
@@ -91,7 +102,7 @@ int MathParser::AddContextFunc(const char* name, ContextHandler handler, void* c
 void MathParser::RemoveFunc(const char* name) {
   auto it = func_list.find(Key(name));
   if (it == func_list.end() || it->second->is_user) return;
-  delete it->second;
+  Retire(it->second);
   func_list.erase(it);
   ++registry_generation_;
 }
@@ -99,7 +110,7 @@ void MathParser::RemoveFunc(const char* name) {
 void MathParser::RemoveUserFn(const char* name) {
   auto it = func_list.find(Key(name));
   if (it == func_list.end() || !it->second->is_user) return;
-  delete it->second;
+  Retire(it->second);
   func_list.erase(it);
   ++registry_generation_;
 }
@@ -107,7 +118,7 @@ void MathParser::RemoveUserFn(const char* name) {
 
 void MathParser::StoreEntry(funtab* entry) {
   funtab*& slot = func_list[Key(entry->name)];
-  if (slot != nullptr) RetiredEntries().push_back(slot);
+  if (slot != nullptr) Retire(slot);
   slot = entry;
   ++registry_generation_;
 }
@@ -158,9 +169,24 @@ funtab** MathParser::GetSortedFunctionList() {
 }
 
 void MathParser::ClearFunctionList() {
-  for (auto& [key, entry] : func_list) delete entry;
+  for (auto& [key, entry] : func_list) Retire(entry);
   func_list.clear();
-  for (funtab* entry : RetiredEntries()) delete entry;
-  RetiredEntries().clear();
   ++registry_generation_;
 }
+
+namespace quorvix {
+
+RunningEntry::RunningEntry(funtab* entry) : entry_(entry) { ++g_running_calls[entry]; }
+
+RunningEntry::~RunningEntry() {
+  auto it = g_running_calls.find(entry_);
+  if (--it->second > 0) return;
+  g_running_calls.erase(it);
+  auto& retired = RetiredEntries();
+  auto r = std::find(retired.begin(), retired.end(), entry_);
+  if (r == retired.end()) return;
+  retired.erase(r);
+  delete entry_;
+}
+
+}  // namespace quorvix

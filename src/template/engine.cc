@@ -10,6 +10,7 @@
 #include "template/text_scan.h"
 #include "util/output_stream.h"
 #include "util/run_budget.h"
+#include "util/stack_budget.h"
 
 namespace quorvix {
 
@@ -102,11 +103,14 @@ char* Engine::p_Fill(char** errors) {
   RunBudget::Scope budget(parser_->policy().limits);
   try {
     const int limit = parser_->policy().limits.fills;
-    if (depth.too_deep(limit)) {
+    const bool no_stack = !depth.too_deep(limit) && StackExhausted();
+    if (depth.too_deep(limit) || no_stack) {
+      const std::string why = no_stack ? StackMessage() : FillDepthMessage(limit);
       current_output_->puts("{error}");
-      error_stream_->puts(FillDepthMessage(limit).c_str());
+      error_stream_->puts(why.c_str());
       error_stream_->endl();
       error_flag_ = 1;
+      if (no_stack) parser_->SetErrorMessage(why.c_str());  // callers report it as the cause
     } else if (nul_at_ != nullptr) {
       ReportNul(nul_at_);
     } else {
@@ -173,6 +177,7 @@ bool Engine::FillTextInto(ostream_fast& out, const char* text, char** errors) {
 void Engine::RunFill(ostream_fast& out, std::unique_ptr<char[]> buffer, char* start,
                      const std::string& name, char** errors, char* nul_at) {
   if (errors != nullptr) *errors = nullptr;
+  StackScope stack(parser_->policy().limits.stack_bytes);
   current_output_ = &out;
   DeleteSources();
   output_stack_.clear();

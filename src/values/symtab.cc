@@ -4,6 +4,9 @@
 #include <new>
 #include <utility>
 
+#include "values/value_limits.h"
+#include "util/limit_error.h"
+
 namespace {
 
 // Free list of symtab-sized blocks. The library is single-threaded by
@@ -14,6 +17,20 @@ struct FreeBlock {
 FreeBlock* g_free_list = nullptr;
 std::size_t g_free_count = 0;
 constexpr std::size_t kMaxFree = 4096;
+
+// Sanitizer builds bypass the free list, so that a use of a freed record is
+// reported instead of reading a recycled block.
+#if defined(__SANITIZE_ADDRESS__) || defined(QUORVIX_SANITIZE)
+constexpr bool kPoolRecords = false;
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer)
+constexpr bool kPoolRecords = false;
+#else
+constexpr bool kPoolRecords = true;
+#endif
+#else
+constexpr bool kPoolRecords = true;
+#endif
 
 void FreeStrings(char** list, int n) {
   if (list == nullptr) return;
@@ -39,7 +56,7 @@ char* newstrdup(const char* s) {
 }
 
 void* symtab::operator new(std::size_t size) {
-  if (size == sizeof(symtab) && g_free_list != nullptr) {
+  if (kPoolRecords && size == sizeof(symtab) && g_free_list != nullptr) {
     FreeBlock* b = g_free_list;
     g_free_list = b->next;
     --g_free_count;
@@ -50,7 +67,7 @@ void* symtab::operator new(std::size_t size) {
 
 void symtab::operator delete(void* p, std::size_t size) noexcept {
   if (p == nullptr) return;
-  if (size == sizeof(symtab) && g_free_count < kMaxFree) {
+  if (kPoolRecords && size == sizeof(symtab) && g_free_count < kMaxFree) {
     auto* b = static_cast<FreeBlock*>(p);
     b->next = g_free_list;
     g_free_list = b;
@@ -172,6 +189,10 @@ void symtab::SetScalar(double v) {
 }
 
 double* symtab::SetArray(int r, int c) {
+  // Callers check sizes and report at their own position; this is the last
+  // line for one that did not.
+  if (!quorvix::ElementCountFits(r, c))
+    throw quorvix::LimitExceeded(quorvix::ArrayTooLargeMessage());
   ReleasePayload();
   type = SYM_ARRAY;
   rows = r;

@@ -16,6 +16,8 @@ ErrorSink g_error_sink = IgnoreError;
 
 void SetErrorSink(ErrorSink sink) { g_error_sink = sink != nullptr ? sink : IgnoreError; }
 
+void ReportError(const char* message) { g_error_sink(message); }
+
 namespace detail {
 
 bool Fail(const char* msg) {

@@ -22,6 +22,8 @@ namespace quorvix::ops {
 // installs its error function here; the value layer cannot name it.
 using ErrorSink = void (*)(const char* message);
 void SetErrorSink(ErrorSink sink);
+// Reports through the sink.
+void ReportError(const char* message);
 
 bool Add(symtab& left, symtab& right);
 bool Subtract(symtab& left, symtab& right);

@@ -3,6 +3,7 @@
 #include <memory>
 #include <utility>
 
+#include "values/value_limits.h"
 #include "values/value_ops.h"
 #include "quorvix/linalg.h"
 
@@ -17,16 +18,18 @@ namespace {
 
 // left (r x k) times b (k x c), row-major, into left. A 1 x 1 result is a
 // scalar. The i-p-j order walks both operands along rows, and each element
-// still sums its products in order of p.
-void MatrixProduct(symtab& left, const double* b, int k, int c) {
+// still sums its products in order of p. False (reported) when the result
+// would pass the element limit.
+bool MatrixProduct(symtab& left, const double* b, int k, int c) {
   const int r = left.rows;
   const double* a = left.data;
   if (r == 1 && c == 1) {
     double sum = 0.0;
     for (int p = 0; p < k; ++p) sum += a[p] * b[p];
     left.SetScalar(sum);
-    return;
+    return true;
   }
+  if (!CheckedElementCount(r, c)) return false;
   symtab product;
   double* out = product.SetArray(r, c);
   for (std::size_t i = 0, n = Count(product); i < n; ++i) out[i] = 0.0;
@@ -39,6 +42,7 @@ void MatrixProduct(symtab& left, const double* b, int k, int c) {
     }
   }
   detail::AdoptArray(left, product);
+  return true;
 }
 
 }  // namespace
@@ -46,8 +50,7 @@ void MatrixProduct(symtab& left, const double* b, int k, int c) {
 bool Multiply(symtab& left, symtab& right) {
   if (left.type == SYM_ARRAY && right.type == SYM_ARRAY) {
     if (left.cols != right.rows) return Fail(kIncompatible);
-    MatrixProduct(left, right.data, right.rows, right.cols);
-    return true;
+    return MatrixProduct(left, right.data, right.rows, right.cols);
   }
   return ApplyNumeric(
       left, right, [](double a, double b, bool&) { return a * b; }, nullptr,
@@ -62,8 +65,7 @@ bool Divide(symtab& left, symtab& right) {
     // The kernel factors its input in place; the right operand is ours to use.
     std::unique_ptr<double[]> inverse(mtxinverse(right.data, n));
     if (!inverse) return Fail("Right hand side is not invertible");
-    MatrixProduct(left, inverse.get(), n, n);
-    return true;
+    return MatrixProduct(left, inverse.get(), n, n);
   }
   return ApplyNumeric(
       left, right,

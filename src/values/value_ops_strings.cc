@@ -1,10 +1,13 @@
 // String joining (+) and string removal (-) on string lists.
 #include <cstring>
 
+#include "values/value_limits.h"
 #include "values/value_ops.h"
 
 namespace quorvix::ops::detail {
 namespace {
+
+using quorvix::CheckedStringBytes;
 
 constexpr const char* kInvalidAddition = "Invalid addition type";
 
@@ -23,14 +26,13 @@ void Replace(char*& slot, char* text) {
   slot = text;
 }
 
-// "<number><text>" or "<text><number>" with the integral formatting rule.
+// "<number><text>" or "<text><number>" with the integral formatting rule;
+// null (reported) past the string limit.
 char* JoinNumber(const char* text, double x, bool number_first) {
-  char* out = new char[std::strlen(text) + kNumberTextRoom + 1];
-  out[0] = '\0';
-  if (!number_first) std::strcpy(out, text);
-  AppendNumber(out, x);
-  if (number_first) std::strcat(out, text);
-  return out;
+  char number[kNumberTextRoom + 1] = "";
+  AppendNumber(number, x);
+  if (!CheckedStringBytes(std::strlen(text) + std::strlen(number))) return nullptr;
+  return number_first ? Join(number, text) : Join(text, number);
 }
 
 // Removes every occurrence of pat (of length m > 0) from s in place. Each
@@ -48,9 +50,23 @@ void RemoveAll(char* s, const char* pat, std::size_t m) {
   s[w] = '\0';
 }
 
+std::size_t Bytes(const symtab& v) {
+  std::size_t bytes = 0;
+  for (int i = 0; i < v.num_strings; ++i) bytes += std::strlen(v.str_list[i]);
+  return bytes;
+}
+
+std::size_t Length(const symtab& v) { return std::strlen(v.str_list[0]); }
+
 bool JoinLists(symtab& left, symtab& right) {
   const int n = left.num_strings;
   const int m = right.num_strings;
+  // The bytes of the whole result, checked before anything is joined.
+  const std::size_t bytes = n == m   ? Bytes(left) + Bytes(right)
+                            : m == 1 ? Bytes(left) + static_cast<std::size_t>(n) * Length(right)
+                            : n == 1 ? static_cast<std::size_t>(m) * Length(left) + Bytes(right)
+                                     : 0;
+  if (!CheckedStringBytes(bytes)) return false;
   if (n == m) {
     for (int i = 0; i < n; ++i)
       Replace(left.str_list[i], Join(left.str_list[i], right.str_list[i]));
@@ -78,13 +94,17 @@ bool AddStrings(symtab& left, symtab& right) {
     if (right.type == SYM_STRINGS) return JoinLists(left, right);
     if (right.type != SYM_SCALAR) return Fail(kInvalidAddition);
     if (left.num_strings != 1) return Fail(kIncompatible);
-    Replace(left.str_list[0], JoinNumber(left.str_list[0], right.value, false));
+    char* joined = JoinNumber(left.str_list[0], right.value, false);
+    if (joined == nullptr) return false;
+    Replace(left.str_list[0], joined);
     return true;
   }
   if (left.type != SYM_SCALAR) return Fail(kInvalidAddition);
   // A number plus a list of other than one string keeps the number.
   if (right.num_strings != 1) return true;
-  Replace(right.str_list[0], JoinNumber(right.str_list[0], left.value, true));
+  char* joined = JoinNumber(right.str_list[0], left.value, true);
+  if (joined == nullptr) return false;
+  Replace(right.str_list[0], joined);
   AdoptStrings(left, right);
   return true;
 }

@@ -17,8 +17,6 @@ class Error {
 
   const std::string& message() const { return message_; }
   int position() const { return position_; }
-  bool hasPosition() const { return position_ != kNoPosition; }
-  void setPosition(int position) { position_ = position; }
 
  private:
   std::string message_;

@@ -32,14 +32,14 @@ NodePtr ListNode::make(SymtabAdaptor& adaptor, int position, NodePtr left, NodeP
   return list;
 }
 
-void ListNode::evaluate(symtab& result) {
+void ListNode::evaluateNode(symtab& result) {
   for (auto& e : elements_) {
     adaptor_.releaseValue(result);
     e->evaluate(result);
   }
 }
 
-NodePtr ListNode::derivative(const std::string& variable) const {
+NodePtr ListNode::derivativeNode(const std::string& variable) const {
   auto list = std::make_unique<ListNode>(adaptor_, position_);
   for (const auto& e : elements_) {
     NodePtr d = e->derivative(variable);
@@ -50,24 +50,24 @@ NodePtr ListNode::derivative(const std::string& variable) const {
   return list;
 }
 
-void ListNode::collectVariables(std::vector<std::string>& names) const {
+void ListNode::collectVariablesNode(std::vector<std::string>& names) const {
   for (const auto& e : elements_) e->collectVariables(names);
 }
 
-NodePtr ListNode::clone() const {
+NodePtr ListNode::cloneNode() const {
   auto list = std::make_unique<ListNode>(adaptor_, position_);
   for (const auto& e : elements_) list->elements_.push_back(e->clone());
   list->closed_ = closed_;
   return list;
 }
 
-NodePtr ListNode::simplify() {
+NodePtr ListNode::simplifyNode() {
   for (auto& e : elements_)
     if (NodePtr s = e->simplify()) e = std::move(s);
   return nullptr;
 }
 
-void ListNode::print(std::string& out) const {
+void ListNode::printNode(std::string& out) const {
   for (std::size_t i = 0; i < elements_.size(); ++i) {
     if (i) out += ", ";
     printOperand(*elements_[i], 2, out);

@@ -150,12 +150,15 @@ class UnaryOperatorNode : public Node {
  public:
   UnaryOperatorNode(SymtabAdaptor& adaptor, int position, NodePtr operand)
       : Node(adaptor, position), operand_(std::move(operand)) {}
-  void collectVariables(std::vector<std::string>& names) const override {
+  ~UnaryOperatorNode() override { destroyOperands(); }
+  void collectVariablesNode(std::vector<std::string>& names) const override {
     operand_->collectVariables(names);
   }
   const Node& operand() const { return *operand_; }
 
  protected:
+  void releaseOperands(std::vector<NodePtr>& out) override { Take(operand_, out); }
+
   NodePtr operand_;
 };
 
@@ -163,7 +166,8 @@ class BinaryOperatorNode : public Node {
  public:
   BinaryOperatorNode(SymtabAdaptor& adaptor, int position, NodePtr left, NodePtr right)
       : Node(adaptor, position), left_(std::move(left)), right_(std::move(right)) {}
-  void collectVariables(std::vector<std::string>& names) const override {
+  ~BinaryOperatorNode() override { destroyOperands(); }
+  void collectVariablesNode(std::vector<std::string>& names) const override {
     left_->collectVariables(names);
     right_->collectVariables(names);
   }
@@ -171,6 +175,11 @@ class BinaryOperatorNode : public Node {
   const Node& right() const { return *right_; }
 
  protected:
+  void releaseOperands(std::vector<NodePtr>& out) override {
+    Take(left_, out);
+    Take(right_, out);
+  }
+
   NodePtr left_;
   NodePtr right_;
 };
@@ -183,13 +192,20 @@ class TrinaryOperatorNode : public Node {
         first_(std::move(first)),
         second_(std::move(second)),
         third_(std::move(third)) {}
-  void collectVariables(std::vector<std::string>& names) const override {
+  ~TrinaryOperatorNode() override { destroyOperands(); }
+  void collectVariablesNode(std::vector<std::string>& names) const override {
     first_->collectVariables(names);
     second_->collectVariables(names);
     third_->collectVariables(names);
   }
 
  protected:
+  void releaseOperands(std::vector<NodePtr>& out) override {
+    Take(first_, out);
+    Take(second_, out);
+    Take(third_, out);
+  }
+
   NodePtr first_;
   NodePtr second_;
   NodePtr third_;
@@ -200,22 +216,26 @@ class TrinaryOperatorNode : public Node {
 class ListNode : public Node {
  public:
   ListNode(SymtabAdaptor& adaptor, int position) : Node(adaptor, position) {}
+  ~ListNode() override { destroyOperands(); }
   static NodePtr make(SymtabAdaptor& adaptor, int position, NodePtr left, NodePtr right);
 
   NodeClass classType() const override { return NodeClass::kList; }
   // Evaluates every element and yields the last one's value.
-  void evaluate(symtab& result) override;
-  NodePtr derivative(const std::string& variable) const override;
-  void collectVariables(std::vector<std::string>& names) const override;
-  NodePtr clone() const override;
-  NodePtr simplify() override;
-  void print(std::string& out) const override;
+  void evaluateNode(symtab& result) override;
+  NodePtr derivativeNode(const std::string& variable) const override;
+  void collectVariablesNode(std::vector<std::string>& names) const override;
+  NodePtr cloneNode() const override;
+  NodePtr simplifyNode() override;
+  void printNode(std::string& out) const override;
   int printLevel() const override { return 1; }
 
   std::vector<NodePtr>& elements() { return elements_; }
   const std::vector<NodePtr>& elements() const { return elements_; }
   void close() { closed_ = true; }
   bool closed() const { return closed_; }
+
+ protected:
+  void releaseOperands(std::vector<NodePtr>& out) override { TakeAll(elements_, out); }
 
  private:
   std::vector<NodePtr> elements_;

@@ -13,19 +13,19 @@ const IncrementTraits kLeftMinusMinus{NodeClass::kUnaryLeftMinusMinus, false, fa
 const IncrementTraits kRightPlusPlus{NodeClass::kUnaryRightPlusPlus, true, true, "++"};
 const IncrementTraits kRightMinusMinus{NodeClass::kUnaryRightMinusMinus, false, true, "--"};
 
-void ConditionalNode::evaluate(symtab& result) {
+void ConditionalNode::evaluateNode(symtab& result) {
   first_->evaluate(result);
   bool zero = adaptor_.isZero(result, position_);
   adaptor_.releaseValue(result);
   (zero ? third_ : second_)->evaluate(result);
 }
 
-NodePtr ConditionalNode::clone() const {
+NodePtr ConditionalNode::cloneNode() const {
   return std::make_unique<ConditionalNode>(adaptor_, position_, first_->clone(), second_->clone(),
                                            third_->clone());
 }
 
-void ConditionalNode::print(std::string& out) const {
+void ConditionalNode::printNode(std::string& out) const {
   printOperand(*first_, kPrintConditional + 1, out);
   out += " ? ";
   printOperand(*second_, kPrintConditional + 1, out);
@@ -33,7 +33,7 @@ void ConditionalNode::print(std::string& out) const {
   printOperand(*third_, kPrintConditional, out);
 }
 
-void RangeNode::evaluate(symtab& result) {
+void RangeNode::evaluateNode(symtab& result) {
   symtab start, end, step;
   first_->evaluate(start);
   second_->evaluate(end);
@@ -41,12 +41,12 @@ void RangeNode::evaluate(symtab& result) {
   adaptor_.makeRange(start, end, step, result, position_);
 }
 
-NodePtr RangeNode::clone() const {
+NodePtr RangeNode::cloneNode() const {
   return std::make_unique<RangeNode>(adaptor_, position_, first_->clone(), second_->clone(),
                                      third_->clone());
 }
 
-void RangeNode::print(std::string& out) const {
+void RangeNode::printNode(std::string& out) const {
   printOperand(*first_, kPrintConditional + 1, out);
   out += ':';
   printOperand(*second_, kPrintConditional + 1, out);

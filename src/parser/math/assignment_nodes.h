@@ -26,7 +26,7 @@ class AssignNode : public BinaryOperatorNode {
     return std::make_unique<AssignNode>(a, pos, std::move(l), std::move(r));
   }
   NodeClass classType() const override { return S.cls; }
-  void evaluate(symtab& result) override {
+  void evaluateNode(symtab& result) override {
     double d;
     if (S.op == nullptr && right_->evaluateScalar(d)) {
       result.SetScalar(d);
@@ -41,14 +41,14 @@ class AssignNode : public BinaryOperatorNode {
     left_->assign(result);
     adaptor_.makeString("", result, position_);
   }
-  NodePtr derivative(const std::string&) const override {
+  NodePtr derivativeNode(const std::string&) const override {
     throw ParserCore_NS::Error("Illegal differentiation", position_);
   }
-  NodePtr clone() const override {
+  NodePtr cloneNode() const override {
     return std::make_unique<AssignNode>(adaptor_, position_, left_->clone(), right_->clone());
   }
   int printLevel() const override { return kPrintAssignment; }
-  void print(std::string& out) const override {
+  void printNode(std::string& out) const override {
     printOperand(*left_, kPrintAssignment + 1, out);
     out += ' ';
     out += S.spelling;
@@ -81,7 +81,7 @@ class IncrementNode : public UnaryOperatorNode {
     if (!operand_->isReference()) throw ParserCore_NS::Error("Invalid assignment", pos);
   }
   NodeClass classType() const override { return S.cls; }
-  void evaluate(symtab& result) override {
+  void evaluateNode(symtab& result) override {
     operand_->evaluate(result);
     if (S.postfix) {
       symtab changed;
@@ -93,14 +93,14 @@ class IncrementNode : public UnaryOperatorNode {
       operand_->assign(result);
     }
   }
-  NodePtr derivative(const std::string&) const override {
+  NodePtr derivativeNode(const std::string&) const override {
     throw ParserCore_NS::Error("Illegal differentiation", position_);
   }
-  NodePtr clone() const override {
+  NodePtr cloneNode() const override {
     return std::make_unique<IncrementNode>(adaptor_, position_, operand_->clone());
   }
   int printLevel() const override { return kPrintIncrement; }
-  void print(std::string& out) const override {
+  void printNode(std::string& out) const override {
     if (!S.postfix) out += S.spelling;
     printOperand(*operand_, kPrintIncrement + 1, out);
     if (S.postfix) out += S.spelling;
@@ -127,13 +127,13 @@ class ConditionalNode : public TrinaryOperatorNode {
  public:
   using TrinaryOperatorNode::TrinaryOperatorNode;
   NodeClass classType() const override { return NodeClass::kConditional; }
-  void evaluate(symtab& result) override;
-  NodePtr derivative(const std::string&) const override {
+  void evaluateNode(symtab& result) override;
+  NodePtr derivativeNode(const std::string&) const override {
     throw ParserCore_NS::Error("Illegal differentiation", position_);
   }
-  NodePtr clone() const override;
+  NodePtr cloneNode() const override;
   int printLevel() const override { return kPrintConditional; }
-  void print(std::string& out) const override;
+  void printNode(std::string& out) const override;
 };
 
 // start:end:step
@@ -141,13 +141,13 @@ class RangeNode : public TrinaryOperatorNode {
  public:
   using TrinaryOperatorNode::TrinaryOperatorNode;
   NodeClass classType() const override { return NodeClass::kRange; }
-  void evaluate(symtab& result) override;
-  NodePtr derivative(const std::string&) const override {
+  void evaluateNode(symtab& result) override;
+  NodePtr derivativeNode(const std::string&) const override {
     throw ParserCore_NS::Error("Illegal differentiation", position_);
   }
-  NodePtr clone() const override;
+  NodePtr cloneNode() const override;
   int printLevel() const override { return kPrintConditional; }
-  void print(std::string& out) const override;
+  void printNode(std::string& out) const override;
 };
 
 }  // namespace MathParser_NS

@@ -5,6 +5,7 @@
 #include <cctype>
 #include <cstdlib>
 
+#include "values/value_limits.h"
 #include "parser/core/error.h"
 #include "parser/math/assignment_nodes.h"
 #include "parser/math/value_nodes.h"
@@ -165,7 +166,8 @@ bool Variables::match(std::string_view text, int pos, Item& item) {
   while (i < text.size() &&
          (IsAlnum(text[i]) || text[i] == '_' || text[i] == '.' || text[i] == '@'))
     ++i;
-  std::string_view name = text.substr(static_cast<std::size_t>(pos), i - static_cast<std::size_t>(pos));
+  std::string_view name =
+      text.substr(static_cast<std::size_t>(pos), i - static_cast<std::size_t>(pos));
   if (name == "dot" || name == "DOT" || name == "cross" || name == "CROSS") return false;
   if (FollowedByParen(text, i)) return false;
   item.end = static_cast<int>(i);
@@ -203,8 +205,8 @@ NodePtr ParameterLists::makeNode(std::vector<NodePtr>& operands, const Item& ite
   std::vector<NodePtr> args = Spread(std::move(inner));
   if (strcasecmp(name.c_str(), "iffunc") == 0) {
     if (args.size() != 3) throw Error("Invalid number of arguments", pos);
-    return std::make_unique<ConditionalNode>(adaptor_, pos, std::move(args[0]),
-                                             std::move(args[1]), std::move(args[2]));
+    return std::make_unique<ConditionalNode>(adaptor_, pos, std::move(args[0]), std::move(args[1]),
+                                             std::move(args[2]));
   }
   if (name[0] == '@' || !adaptor_.functionExists(name.c_str()))
     throw Error("Unknown function", pos);
@@ -231,6 +233,8 @@ NodePtr ParameterLists::derive(const std::string& name, NodePtr inner, const Ite
     if (!inner || IsOpenList(inner)) throw Error("Wrong number of arguments", pos);
     expression = std::move(inner);
   }
+  // Each rule copies its operands, so nested derivatives grow geometrically.
+  ParserCore_NS::DerivativeBudget budget(quorvix::CurrentLimits().derivative_nodes);
   NodePtr d = expression->derivative(variable);
   if (NodePtr s = d->simplify()) d = std::move(s);
   return d;

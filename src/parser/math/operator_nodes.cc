@@ -38,7 +38,7 @@ const UnaryTraits kUnaryRightTranspose{NodeClass::kUnaryRightTranspose, &SymtabA
                                      "'", true};
 
 template <bool IsAnd>
-void LogicalNode<IsAnd>::evaluate(symtab& result) {
+void LogicalNode<IsAnd>::evaluateNode(symtab& result) {
   left_->evaluate(result);
   if (result.type == SYM_SCALAR) {
     bool left_true = !adaptor_.isZero(result, position_);
@@ -77,11 +77,53 @@ NodePtr Call(const Node& at, const char* name, NodePtr a, NodePtr b = nullptr) {
                                                                    name, std::move(args));
 }
 
+// Each rule is a function of its own, kept out of line: derivatives recurse
+// along the tree, and the recursive frame should hold only the rule at hand
+// (sanitizer builds reserve every local of an inlined branch in the frame).
+
+__attribute__((noinline)) NodePtr JoinProducts(const Node& at, const Node& u, const Node& v,
+                                               NodePtr du, NodePtr dv) {
+  return Make<AdditionNode>(at, Make<MultiplicationNode>(at, u.clone(), std::move(dv)),
+                            Make<MultiplicationNode>(at, v.clone(), std::move(du)));
+}
+
 // u*v' + v*u': the second product keeps v on the left, which matters for
 // matrix products.
-NodePtr ProductRule(const Node& at, const Node& u, const Node& v, const std::string& var) {
-  return Make<AdditionNode>(at, Make<MultiplicationNode>(at, u.clone(), v.derivative(var)),
-                            Make<MultiplicationNode>(at, v.clone(), u.derivative(var)));
+__attribute__((noinline)) NodePtr ProductRule(const Node& at, const Node& u, const Node& v,
+                                              const std::string& var) {
+  NodePtr du = u.derivative(var);
+  return JoinProducts(at, u, v, std::move(du), v.derivative(var));
+}
+
+template <typename N>
+__attribute__((noinline)) NodePtr SumRule(const Node& at, const Node& u, const Node& v,
+                                          const std::string& var) {
+  return Make<N>(at, u.derivative(var), v.derivative(var));
+}
+
+// u / v = u * pow(v, -1)
+__attribute__((noinline)) NodePtr QuotientRule(const Node& at, const Node& u, const Node& v,
+                                               const std::string& var) {
+  NodePtr inverse = Call(at, "pow", v.clone(), Number(at, -1.0));
+  return ProductRule(at, u, *inverse, var);
+}
+
+// v*u^(v-1)*u' + u^v*log(u)*v'
+__attribute__((noinline)) NodePtr PowerRule(const Node& at, const Node& u, const Node& v,
+                                            const std::string& var) {
+  NodePtr first = Make<MultiplicationNode>(
+      at,
+      Make<MultiplicationNode>(
+          at, v.clone(),
+          Make<ExponentialNode>(at, u.clone(),
+                                Make<SubtractionNode>(at, v.clone(), Number(at, 1.0)))),
+      u.derivative(var));
+  NodePtr second = Make<MultiplicationNode>(
+      at,
+      Make<MultiplicationNode>(at, Make<ExponentialNode>(at, u.clone(), v.clone()),
+                               Call(at, "log", u.clone())),
+      v.derivative(var));
+  return Make<AdditionNode>(at, std::move(first), std::move(second));
 }
 
 }  // namespace
@@ -89,35 +131,12 @@ NodePtr ProductRule(const Node& at, const Node& u, const Node& v, const std::str
 NodePtr DeriveArithmetic(const BinaryTraits& traits, const Node& self, const Node& u, const Node& v,
                          const std::string& var) {
   switch (traits.cls) {
-    case NodeClass::kAddition:
-      return Make<AdditionNode>(self, u.derivative(var), v.derivative(var));
-    case NodeClass::kSubtraction:
-      return Make<SubtractionNode>(self, u.derivative(var), v.derivative(var));
-    case NodeClass::kMultiplication:
-      return ProductRule(self, u, v, var);
-    case NodeClass::kDivision: {
-      // u / v = u * pow(v, -1)
-      NodePtr inverse = Call(self, "pow", v.clone(), Number(self, -1.0));
-      return ProductRule(self, u, *inverse, var);
-    }
-    case NodeClass::kExponential: {
-      // v*u^(v-1)*u' + u^v*log(u)*v'
-      NodePtr first = Make<MultiplicationNode>(
-          self,
-          Make<MultiplicationNode>(
-              self, v.clone(),
-              Make<ExponentialNode>(self, u.clone(),
-                                    Make<SubtractionNode>(self, v.clone(), Number(self, 1.0)))),
-          u.derivative(var));
-      NodePtr second = Make<MultiplicationNode>(
-          self,
-          Make<MultiplicationNode>(self, Make<ExponentialNode>(self, u.clone(), v.clone()),
-                                   Call(self, "log", u.clone())),
-          v.derivative(var));
-      return Make<AdditionNode>(self, std::move(first), std::move(second));
-    }
-    default:
-      throw Error("Illegal differentiation", self.position());
+    case NodeClass::kAddition: return SumRule<AdditionNode>(self, u, v, var);
+    case NodeClass::kSubtraction: return SumRule<SubtractionNode>(self, u, v, var);
+    case NodeClass::kMultiplication: return ProductRule(self, u, v, var);
+    case NodeClass::kDivision: return QuotientRule(self, u, v, var);
+    case NodeClass::kExponential: return PowerRule(self, u, v, var);
+    default: throw Error("Illegal differentiation", self.position());
   }
 }
 

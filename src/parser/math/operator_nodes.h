@@ -57,7 +57,7 @@ class ArithmeticNode : public BinaryOperatorNode {
     return std::make_unique<ArithmeticNode>(a, pos, std::move(l), std::move(r));
   }
   NodeClass classType() const override { return S.cls; }
-  void evaluate(symtab& result) override {
+  void evaluateNode(symtab& result) override {
     if ((S.cls == NodeClass::kAddition || S.cls == NodeClass::kSubtraction) && fusedArray(result))
       return;
     left_->evaluate(result);
@@ -65,7 +65,7 @@ class ArithmeticNode : public BinaryOperatorNode {
     right_->evaluate(right);
     (adaptor_.*S.op)(result, right, position_);
   }
-  bool evaluateScalar(double& out) override {
+  bool evaluateScalarNode(double& out) override {
     double l, r;
     if (!left_->evaluateScalar(l) || !right_->evaluateScalar(r)) return false;
     switch (S.cls) {
@@ -81,11 +81,11 @@ class ArithmeticNode : public BinaryOperatorNode {
       default: return false;
     }
   }
-  NodePtr derivative(const std::string& variable) const override;
-  NodePtr clone() const override {
+  NodePtr derivativeNode(const std::string& variable) const override;
+  NodePtr cloneNode() const override {
     return std::make_unique<ArithmeticNode>(adaptor_, position_, left_->clone(), right_->clone());
   }
-  NodePtr simplify() override;
+  NodePtr simplifyNode() override;
   int printLevel() const override { return S.level; }
 
  private:
@@ -121,7 +121,7 @@ class ArithmeticNode : public BinaryOperatorNode {
   }
 
  public:
-  void print(std::string& out) const override {
+  void printNode(std::string& out) const override {
     printOperand(*left_, S.right_grouping ? S.level + 1 : S.level, out);
     out += S.spelling;
     printSeparated(*right_, S.right_grouping ? S.level : S.level + 1, out);
@@ -155,13 +155,13 @@ class ComparisonNode : public BinaryOperatorNode {
     return std::make_unique<ComparisonNode>(a, pos, std::move(l), std::move(r));
   }
   NodeClass classType() const override { return S.cls; }
-  void evaluate(symtab& result) override {
+  void evaluateNode(symtab& result) override {
     left_->evaluate(result);
     symtab right;
     right_->evaluate(right);
     adaptor_.compare(result, right, S.relation, position_);
   }
-  bool evaluateScalar(double& out) override {
+  bool evaluateScalarNode(double& out) override {
     double l, r;
     if (!left_->evaluateScalar(l) || !right_->evaluateScalar(r)) return false;
     const unsigned rel = l < r ? quorvix::ops::kLess : l > r ? quorvix::ops::kGreater
@@ -171,14 +171,14 @@ class ComparisonNode : public BinaryOperatorNode {
                     : ((S.relation & rel) != 0 ? 1.0 : 0.0);
     return true;
   }
-  NodePtr derivative(const std::string&) const override {
+  NodePtr derivativeNode(const std::string&) const override {
     throw ParserCore_NS::Error("Illegal differentiation", position_);
   }
-  NodePtr clone() const override {
+  NodePtr cloneNode() const override {
     return std::make_unique<ComparisonNode>(adaptor_, position_, left_->clone(), right_->clone());
   }
   int printLevel() const override { return S.level; }
-  void print(std::string& out) const override {
+  void printNode(std::string& out) const override {
     printOperand(*left_, S.level, out);
     out += S.spelling;
     printSeparated(*right_, S.level + 1, out);
@@ -206,15 +206,15 @@ class LogicalNode : public BinaryOperatorNode {
   NodeClass classType() const override {
     return IsAnd ? NodeClass::kLogicalAnd : NodeClass::kLogicalOr;
   }
-  void evaluate(symtab& result) override;
-  NodePtr derivative(const std::string&) const override {
+  void evaluateNode(symtab& result) override;
+  NodePtr derivativeNode(const std::string&) const override {
     throw ParserCore_NS::Error("Illegal differentiation", position_);
   }
-  NodePtr clone() const override {
+  NodePtr cloneNode() const override {
     return std::make_unique<LogicalNode>(adaptor_, position_, left_->clone(), right_->clone());
   }
   int printLevel() const override { return IsAnd ? kPrintAnd : kPrintOr; }
-  void print(std::string& out) const override {
+  void printNode(std::string& out) const override {
     printOperand(*left_, printLevel(), out);
     out += IsAnd ? "&&" : "||";
     printOperand(*right_, printLevel() + 1, out);
@@ -239,21 +239,21 @@ class SimpleUnaryNode : public UnaryOperatorNode {
   SimpleUnaryNode(SymtabAdaptor& a, int pos, NodePtr operand)
       : UnaryOperatorNode(a, pos, std::move(operand)) {}
   NodeClass classType() const override { return S.cls; }
-  void evaluate(symtab& result) override {
+  void evaluateNode(symtab& result) override {
     operand_->evaluate(result);
     (adaptor_.*S.op)(result, position_);
   }
-  bool evaluateScalar(double& out) override {
+  bool evaluateScalarNode(double& out) override {
     if (S.cls != NodeClass::kUnaryMinus || !operand_->evaluateScalar(out)) return false;
     out = -out;
     return true;
   }
-  NodePtr derivative(const std::string& variable) const override;
-  NodePtr clone() const override {
+  NodePtr derivativeNode(const std::string& variable) const override;
+  NodePtr cloneNode() const override {
     return std::make_unique<SimpleUnaryNode>(adaptor_, position_, operand_->clone());
   }
   int printLevel() const override { return S.postfix ? kPrintIncrement : kPrintUnary; }
-  void print(std::string& out) const override {
+  void printNode(std::string& out) const override {
     if (!S.postfix) {
       out += S.spelling;
       printSeparated(*operand_, printLevel(), out);
@@ -276,12 +276,12 @@ NodePtr DeriveArithmetic(const BinaryTraits& traits, const Node& self, const Nod
 NodePtr SimplifyArithmetic(const BinaryTraits& traits, Node& self, NodePtr& left, NodePtr& right);
 
 template <const BinaryTraits& S>
-NodePtr ArithmeticNode<S>::derivative(const std::string& variable) const {
+NodePtr ArithmeticNode<S>::derivativeNode(const std::string& variable) const {
   return DeriveArithmetic(S, *this, *left_, *right_, variable);
 }
 
 template <const BinaryTraits& S>
-NodePtr ArithmeticNode<S>::simplify() {
+NodePtr ArithmeticNode<S>::simplifyNode() {
   return SimplifyArithmetic(S, *this, left_, right_);
 }
 
@@ -289,7 +289,7 @@ NodePtr DeriveUnary(const UnaryTraits& traits, const Node& self, const Node& ope
                     const std::string& variable);
 
 template <const UnaryTraits& S>
-NodePtr SimpleUnaryNode<S>::derivative(const std::string& variable) const {
+NodePtr SimpleUnaryNode<S>::derivativeNode(const std::string& variable) const {
   return DeriveUnary(S, *this, *operand_, variable);
 }
 

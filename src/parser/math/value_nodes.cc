@@ -11,15 +11,15 @@ namespace MathParser_NS {
 
 using ParserCore_NS::Error;
 
-NodePtr DoubleValueNode::derivative(const std::string&) const {
+NodePtr DoubleValueNode::derivativeNode(const std::string&) const {
   return std::make_unique<DoubleValueNode>(adaptor_, position_, 0.0);
 }
 
-NodePtr DoubleValueNode::clone() const {
+NodePtr DoubleValueNode::cloneNode() const {
   return std::make_unique<DoubleValueNode>(adaptor_, position_, value_, text_);
 }
 
-void DoubleValueNode::print(std::string& out) const {
+void DoubleValueNode::printNode(std::string& out) const {
   if (!text_.empty()) {
     out += text_;
     return;
@@ -29,11 +29,11 @@ void DoubleValueNode::print(std::string& out) const {
   out += buf;
 }
 
-NodePtr StringValueNode::clone() const {
+NodePtr StringValueNode::cloneNode() const {
   return std::make_unique<StringValueNode>(adaptor_, position_, text_);
 }
 
-void StringValueNode::print(std::string& out) const {
+void StringValueNode::printNode(std::string& out) const {
   out += '"';
   for (char c : text_) {
     if (c == '"' || c == '\\') out += '\\';
@@ -42,16 +42,16 @@ void StringValueNode::print(std::string& out) const {
   out += '"';
 }
 
-NodePtr ReferenceNode::derivative(const std::string& variable) const {
+NodePtr ReferenceNode::derivativeNode(const std::string& variable) const {
   double d = variable.empty() || variable == name_ ? 1.0 : 0.0;
   return std::make_unique<DoubleValueNode>(adaptor_, position_, d);
 }
 
-void ReferenceNode::collectVariables(std::vector<std::string>& names) const {
+void ReferenceNode::collectVariablesNode(std::vector<std::string>& names) const {
   if (std::find(names.begin(), names.end(), name_) == names.end()) names.push_back(name_);
 }
 
-NodePtr ReferenceNode::clone() const {
+NodePtr ReferenceNode::cloneNode() const {
   return std::make_unique<ReferenceNode>(adaptor_, position_, name_);
 }
 
@@ -102,7 +102,7 @@ bool SquareBracesNode::evaluateInPlace(symtab& result) {
   return true;
 }
 
-bool SquareBracesNode::evaluateScalar(double& out) {
+bool SquareBracesNode::evaluateScalarNode(double& out) {
   const symtab* record = nullptr;
   unsigned idx[2];
   int count = 0;
@@ -120,7 +120,7 @@ bool SquareBracesNode::evaluateScalar(double& out) {
   return false;
 }
 
-void SquareBracesNode::evaluate(symtab& result) {
+void SquareBracesNode::evaluateNode(symtab& result) {
   if (evaluateInPlace(result)) return;
   std::vector<const SquareBracesNode*> links = chain();
   links.front()->left_->evaluate(result);
@@ -149,15 +149,15 @@ void SquareBracesNode::evaluate(symtab& result) {
   if (count) adaptor_.subscript(result, pending, count, pending_pos);
 }
 
-NodePtr SquareBracesNode::derivative(const std::string&) const {
+NodePtr SquareBracesNode::derivativeNode(const std::string&) const {
   throw Error("Illegal differentiation", position_);
 }
 
-NodePtr SquareBracesNode::clone() const {
+NodePtr SquareBracesNode::cloneNode() const {
   return std::make_unique<SquareBracesNode>(adaptor_, position_, left_->clone(), right_->clone());
 }
 
-void SquareBracesNode::print(std::string& out) const {
+void SquareBracesNode::printNode(std::string& out) const {
   printOperand(*left_, 100, out);
   out += '[';
   right_->print(out);
@@ -181,23 +181,23 @@ void SquareBracesNode::assign(const symtab& value) {
 
 namespace ParserUtilties_NS {
 
-void ArrayValueNode::evaluate(symtab& result) {
+void ArrayValueNode::evaluateNode(symtab& result) {
   std::vector<symtab> values(elements_.size());
   for (std::size_t i = 0; i < elements_.size(); ++i) elements_[i]->evaluate(values[i]);
   adaptor_.makeArray(values, result, position_);
 }
 
-void ArrayValueNode::collectVariables(std::vector<std::string>& names) const {
+void ArrayValueNode::collectVariablesNode(std::vector<std::string>& names) const {
   for (const auto& e : elements_) e->collectVariables(names);
 }
 
-NodePtr ArrayValueNode::clone() const {
+NodePtr ArrayValueNode::cloneNode() const {
   std::vector<NodePtr> copies;
   for (const auto& e : elements_) copies.push_back(e->clone());
   return std::make_unique<ArrayValueNode>(adaptor_, position_, std::move(copies));
 }
 
-void ArrayValueNode::print(std::string& out) const {
+void ArrayValueNode::printNode(std::string& out) const {
   out += '{';
   for (std::size_t i = 0; i < elements_.size(); ++i) {
     if (i) out += ", ";
@@ -206,7 +206,7 @@ void ArrayValueNode::print(std::string& out) const {
   out += '}';
 }
 
-void SymbolicFunctionNode::evaluate(symtab& result) {
+void SymbolicFunctionNode::evaluateNode(symtab& result) {
   const std::size_t n = args_.size();
   constexpr std::size_t kInline = 4;
   if (n == 1) {
@@ -226,7 +226,7 @@ void SymbolicFunctionNode::evaluate(symtab& result) {
   adaptor_.callFunction(name_, cache_, values.data(), static_cast<int>(n), result, position_);
 }
 
-void SymbolicFunctionNode::collectVariables(std::vector<std::string>& names) const {
+void SymbolicFunctionNode::collectVariablesNode(std::vector<std::string>& names) const {
   for (const auto& a : args_) a->collectVariables(names);
 }
 
@@ -250,7 +250,7 @@ NodePtr Fn(const Node& at, const char* name, NodePtr arg) {
 
 }  // namespace
 
-NodePtr SymbolicFunctionNode::derivative(const std::string& variable) const {
+NodePtr SymbolicFunctionNode::derivativeNode(const std::string& variable) const {
   using namespace MathParser_NS;
   auto is = [this](const char* n) { return strcasecmp(name_.c_str(), n) == 0; };
   if (is("pow") && args_.size() == 2) {
@@ -275,7 +275,7 @@ NodePtr SymbolicFunctionNode::derivative(const std::string& variable) const {
   throw ParserCore_NS::Error("Undefined derivative", position_);
 }
 
-NodePtr SymbolicFunctionNode::simplify() {
+NodePtr SymbolicFunctionNode::simplifyNode() {
   for (auto& a : args_)
     if (NodePtr s = a->simplify()) a = std::move(s);
   if (strcasecmp(name_.c_str(), "pow") == 0 && args_.size() == 2) {
@@ -287,13 +287,13 @@ NodePtr SymbolicFunctionNode::simplify() {
   return nullptr;
 }
 
-NodePtr SymbolicFunctionNode::clone() const {
+NodePtr SymbolicFunctionNode::cloneNode() const {
   std::vector<NodePtr> copies;
   for (const auto& a : args_) copies.push_back(a->clone());
   return std::make_unique<SymbolicFunctionNode>(adaptor_, position_, name_, std::move(copies));
 }
 
-void SymbolicFunctionNode::print(std::string& out) const {
+void SymbolicFunctionNode::printNode(std::string& out) const {
   out += name_;
   out += '(';
   for (std::size_t i = 0; i < args_.size(); ++i) {

@@ -20,14 +20,14 @@ class DoubleValueNode : public Node {
   DoubleValueNode(SymtabAdaptor& adaptor, int position, double value, std::string text = {})
       : Node(adaptor, position), value_(value), text_(std::move(text)) {}
   NodeClass classType() const override { return NodeClass::kDoubleValue; }
-  void evaluate(symtab& result) override { result.SetScalar(value_); }
-  bool evaluateScalar(double& out) override { out = value_; return true; }
-  NodePtr derivative(const std::string& variable) const override;
-  NodePtr clone() const override;
+  void evaluateNode(symtab& result) override { result.SetScalar(value_); }
+  bool evaluateScalarNode(double& out) override { out = value_; return true; }
+  NodePtr derivativeNode(const std::string& variable) const override;
+  NodePtr cloneNode() const override;
   bool isZero() const override { return value_ == 0.0; }
   bool isOne() const override { return value_ == 1.0; }
   bool isConstant() const override { return true; }
-  void print(std::string& out) const override;
+  void printNode(std::string& out) const override;
   double value() const { return value_; }
 
  private:
@@ -40,11 +40,11 @@ class StringValueNode : public Node {
   StringValueNode(SymtabAdaptor& adaptor, int position, std::string text)
       : Node(adaptor, position), text_(std::move(text)) {}
   NodeClass classType() const override { return NodeClass::kStringValue; }
-  void evaluate(symtab& result) override { adaptor_.makeString(text_, result, position_); }
-  NodePtr clone() const override;
+  void evaluateNode(symtab& result) override { adaptor_.makeString(text_, result, position_); }
+  NodePtr cloneNode() const override;
   bool isZero() const override { return text_.empty(); }
   bool isConstant() const override { return true; }
-  void print(std::string& out) const override;
+  void printNode(std::string& out) const override;
   const std::string& text() const { return text_; }
 
  private:
@@ -56,16 +56,16 @@ class ReferenceNode : public Node {
   ReferenceNode(SymtabAdaptor& adaptor, int position, std::string name)
       : Node(adaptor, position), name_(std::move(name)) {}
   NodeClass classType() const override { return NodeClass::kReference; }
-  void evaluate(symtab& result) override {
+  void evaluateNode(symtab& result) override {
     adaptor_.readVariable(name_, cache_, result, position_);
   }
-  bool evaluateScalar(double& out) override { return adaptor_.readScalar(name_, cache_, out); }
+  bool evaluateScalarNode(double& out) override { return adaptor_.readScalar(name_, cache_, out); }
   const symtab* peekValue() override { return adaptor_.peekValue(name_, cache_); }
-  NodePtr derivative(const std::string& variable) const override;
-  void collectVariables(std::vector<std::string>& names) const override;
-  NodePtr clone() const override;
+  NodePtr derivativeNode(const std::string& variable) const override;
+  void collectVariablesNode(std::vector<std::string>& names) const override;
+  NodePtr cloneNode() const override;
   bool isReference() const override { return true; }
-  void print(std::string& out) const override { out += name_; }
+  void printNode(std::string& out) const override { out += name_; }
   void assign(const symtab& value) override;
   const std::string& name() const { return name_; }
 
@@ -79,12 +79,12 @@ class SquareBracesNode : public ParserUtilties_NS::BinaryOperatorNode {
   SquareBracesNode(SymtabAdaptor& adaptor, int position, NodePtr base, NodePtr subscript)
       : BinaryOperatorNode(adaptor, position, std::move(base), std::move(subscript)) {}
   NodeClass classType() const override { return NodeClass::kSquareBraces; }
-  void evaluate(symtab& result) override;
-  bool evaluateScalar(double& out) override;
-  NodePtr derivative(const std::string& variable) const override;
-  NodePtr clone() const override;
+  void evaluateNode(symtab& result) override;
+  bool evaluateScalarNode(double& out) override;
+  NodePtr derivativeNode(const std::string& variable) const override;
+  NodePtr cloneNode() const override;
   bool isReference() const override { return true; }
-  void print(std::string& out) const override;
+  void printNode(std::string& out) const override;
   void assign(const symtab& value) override;
 
  private:
@@ -103,11 +103,15 @@ class ArrayValueNode : public Node {
  public:
   ArrayValueNode(SymtabAdaptor& adaptor, int position, std::vector<NodePtr> elements)
       : Node(adaptor, position), elements_(std::move(elements)) {}
+  ~ArrayValueNode() override { destroyOperands(); }
   NodeClass classType() const override { return NodeClass::kArrayValue; }
-  void evaluate(symtab& result) override;
-  void collectVariables(std::vector<std::string>& names) const override;
-  NodePtr clone() const override;
-  void print(std::string& out) const override;
+  void evaluateNode(symtab& result) override;
+  void collectVariablesNode(std::vector<std::string>& names) const override;
+  NodePtr cloneNode() const override;
+  void printNode(std::string& out) const override;
+
+ protected:
+  void releaseOperands(std::vector<NodePtr>& out) override { TakeAll(elements_, out); }
 
  private:
   std::vector<NodePtr> elements_;
@@ -118,23 +122,27 @@ class SymbolicFunctionNode : public Node {
   SymbolicFunctionNode(SymtabAdaptor& adaptor, int position, std::string name,
                        std::vector<NodePtr> args)
       : Node(adaptor, position), name_(std::move(name)), args_(std::move(args)) {}
+  ~SymbolicFunctionNode() override { destroyOperands(); }
   NodeClass classType() const override { return NodeClass::kFunction; }
-  void evaluate(symtab& result) override;
-  bool evaluateScalar(double& out) override {
+  void evaluateNode(symtab& result) override;
+  bool evaluateScalarNode(double& out) override {
     double x;
     return args_.size() == 1 && args_[0]->evaluateScalar(x) &&
            adaptor_.callScalar(name_, cache_, x, out);
   }
-  void collectVariables(std::vector<std::string>& names) const override;
+  void collectVariablesNode(std::vector<std::string>& names) const override;
   // pow, log/ln, exp, sin, cos and sqrt of one expression have derivatives;
   // other calls raise "Undefined derivative".
-  NodePtr derivative(const std::string& variable) const override;
+  NodePtr derivativeNode(const std::string& variable) const override;
   // pow(a, b) becomes a^b, which evaluates without a registered "pow".
-  NodePtr simplify() override;
-  NodePtr clone() const override;
-  void print(std::string& out) const override;
+  NodePtr simplifyNode() override;
+  NodePtr cloneNode() const override;
+  void printNode(std::string& out) const override;
   const std::string& name() const { return name_; }
   std::vector<NodePtr>& args() { return args_; }
+
+ protected:
+  void releaseOperands(std::vector<NodePtr>& out) override { TakeAll(args_, out); }
 
  private:
   std::string name_;
