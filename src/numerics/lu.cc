@@ -3,10 +3,12 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <memory>
 #include <utility>
 #include <vector>
 
 #include "quorvix/linalg.h"
+#include "util/run_budget.h"
 
 namespace {
 
@@ -52,6 +54,9 @@ int ludcmp(double* a, int n, int* indx, double* d) {
     scale[i] = 1.0 / big;
   }
   for (int j = 0; j < n; ++j) {
+    // Each column costs O(n^2): a large matrix checks the time limit often
+    // enough to stop within a fraction of a second of it.
+    quorvix::RunBudget::CheckTime();
     for (int i = 0; i < j; ++i) {
       double sum = At(a, n, i, j);
       for (int k = 0; k < i; ++k) sum -= At(a, n, i, k) * At(a, n, k, j);
@@ -89,12 +94,14 @@ double* mtxinverse(double* a, int n) {
   std::vector<int> indx(static_cast<std::size_t>(n));
   double d = 0.0;
   if (ludcmp(a, n, indx.data(), &d) != 0) return nullptr;
-  double* inverse = new double[static_cast<std::size_t>(n) * static_cast<std::size_t>(n)];
+  auto inverse =
+      std::make_unique<double[]>(static_cast<std::size_t>(n) * static_cast<std::size_t>(n));
   std::vector<double> column(static_cast<std::size_t>(n));
   for (int j = 0; j < n; ++j) {
+    quorvix::RunBudget::CheckTime();
     for (int i = 0; i < n; ++i) column[i] = (i == j) ? 1.0 : 0.0;
     LuBackSubstitute(a, n, indx.data(), column.data());
-    for (int i = 0; i < n; ++i) At(inverse, n, i, j) = column[i];
+    for (int i = 0; i < n; ++i) At(inverse.get(), n, i, j) = column[i];
   }
-  return inverse;
+  return inverse.release();
 }

@@ -2,6 +2,7 @@
 // definition tests, and inclusion of files ("include", "readfill", "path").
 #include <unistd.h>
 
+#include <algorithm>
 #include <cctype>
 #include <cstdio>
 #include <cstring>
@@ -274,7 +275,12 @@ int Engine::st_path() {
     v->Delete();
     return SyntaxError("string value required in PATH statement");
   }
-  FillerBase::IncludePath().push_back(v->str_list[0]);
+  // A directory already on the path is not added again: a "path" in a loop
+  // or an included file would otherwise grow the path for the life of the
+  // process.
+  std::vector<std::string>& path = FillerBase::IncludePath();
+  if (std::find(path.begin(), path.end(), v->str_list[0]) == path.end())
+    path.push_back(v->str_list[0]);
   v->Delete();
   return 0;
 }

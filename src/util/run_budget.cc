@@ -4,6 +4,8 @@
 #include <cmath>
 #include <cstdio>
 
+#include "util/limit_error.h"
+
 namespace quorvix {
 namespace {
 
@@ -20,9 +22,9 @@ struct State {
 
 thread_local State t_state;
 
-// Reading the clock costs more than a pass of a tight loop, so the deadline
-// is looked at once every this many units.
-constexpr long long kClockEvery = 1024;
+// Reading the clock costs about as much as a pass of a tight loop, so the
+// deadline is looked at once every this many units.
+constexpr long long kClockEvery = 64;
 
 bool PastDeadline() {
   if (t_state.seconds <= 0.0) return false;
@@ -74,6 +76,11 @@ bool RunBudget::InTime(std::string* why) {
   if (t_state.depth == 0 || !PastDeadline()) return true;
   if (why) *why = TimeMessage(t_state.seconds);
   return false;
+}
+
+void RunBudget::CheckTime() {
+  std::string why;
+  if (!InTime(&why)) throw LimitExceeded(why);
 }
 
 long long RunBudget::Spent() { return t_state.depth == 0 ? 0 : t_state.spent; }

@@ -30,8 +30,11 @@ class RunBudget {
   // user-function call. False past the work limit or the deadline, with the
   // message in `why`. Outside any scope nothing is counted.
   static bool Spend(std::string* why);
-  // Checks the deadline only; long numerical kernels call it between blocks.
+  // Checks the deadline only.
   static bool InTime(std::string* why);
+  // For long numerical kernels, between blocks of work: past the deadline
+  // it throws LimitExceeded, which ends the evaluation with the message.
+  static void CheckTime();
   // Units spent in the current outermost scope.
   static long long Spent();
 

@@ -3,9 +3,10 @@
 #include <memory>
 #include <utility>
 
+#include "quorvix/linalg.h"
+#include "util/run_budget.h"
 #include "values/value_limits.h"
 #include "values/value_ops.h"
-#include "quorvix/linalg.h"
 
 namespace quorvix::ops {
 
@@ -34,6 +35,7 @@ bool MatrixProduct(symtab& left, const double* b, int k, int c) {
   double* out = product.SetArray(r, c);
   for (std::size_t i = 0, n = Count(product); i < n; ++i) out[i] = 0.0;
   for (int i = 0; i < r; ++i) {
+    RunBudget::CheckTime();
     double* row = out + static_cast<std::size_t>(i) * c;
     for (int p = 0; p < k; ++p) {
       const double x = a[static_cast<std::size_t>(i) * k + p];

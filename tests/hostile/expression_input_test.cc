@@ -26,6 +26,7 @@ struct Case {
   std::string input;  // a template when it starts with '{', else an expression
   std::string want;   // the value or the message (which a template's error text holds)
   std::string limit;  // the limit hit ("" when none); set to `value` when that is not 0
+                      // (milliseconds for "seconds")
   long long value;
 };
 
@@ -38,6 +39,7 @@ std::string Run(const Case& c) {
     if (c.limit == "string_bytes") limits.string_bytes = static_cast<std::size_t>(c.value);
     if (c.limit == "derivative_nodes") limits.derivative_nodes = static_cast<std::size_t>(c.value);
     if (c.limit == "stack_bytes") limits.stack_bytes = static_cast<std::size_t>(c.value);
+    if (c.limit == "seconds") limits.seconds = static_cast<double>(c.value) / 1000.0;
   }
   if (c.input[0] == '{') {
     Filler filler(&parser);
@@ -91,6 +93,11 @@ void* RunTable(void*) {
        "elements", 0},
       {"ProductPastIntRange", "x = 1:50000:1, x'*x", "array too large (limit 100000000 elements)",
        "elements", 0},
+      // Long kernels stop between blocks of work once the time is up.
+      {"SlowProduct", "a = sin({1:1500:1}' * {1:1500:1}), numpts(a * a)",
+       "time limit exceeded (0.05 s)", "seconds", 50},
+      {"SlowInverse", "a = sin({1:1500:1}' * {1:1500:1}), numpts(inverse(a))",
+       "time limit exceeded (0.05 s)", "seconds", 50},
       {"MatrixProduct", "v = {1,2,3}, v'*v", "array too large (limit 8 elements)", "elements", 8},
       {"Range", "1:9:1", "array too large (limit 8 elements)", "elements", 8},
       {"Literal", "v = {1,2,3,4,5,6,7,8,9}", "array too large (limit 8 elements)", "elements", 8},

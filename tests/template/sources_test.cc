@@ -47,6 +47,19 @@ TEST_F(SourcesTest, FileIncludingItselfIsNotReadAgainButAnyOtherIs) {
   EXPECT_TRUE(r.errors_null);
 }
 
+TEST_F(SourcesTest, PathAddsADirectoryOnce) {
+  Write("sub/found.txt", "found");
+  std::vector<std::string>& path = FillerBase::IncludePath();
+  const std::size_t before = path.size();
+  const std::string dir = (dir_ / "sub").string();
+  EXPECT_EQ(Fill("{for (i = 0; i < 3; i = i + 1)}{path \"" + dir + "\"}{endloop}"
+                 "{include \"found.txt\"}")
+                .output,
+            "found");
+  EXPECT_EQ(path.size(), before + 1);
+  path.resize(before);
+}
+
 TEST_F(SourcesTest, EndlessIncludeOrMacroStopsAtTheSourceLimit) {
   const std::string path = dir_.string() + "/forever.txt";
   const std::string text = "x{include \"" + path + "\"}";
