@@ -2,13 +2,13 @@
 // hit, never with a crash. The table runs on a thread with a 1 MB stack, as a
 // host's worker thread may have; rows within every limit give their value.
 #include <gtest/gtest.h>
-#include <pthread.h>
 
 #include <string>
 
 #include "quorvix/filler.h"
 #include "quorvix/math_parser.h"
 #include "quorvix/value_format.h"
+#include "support/support.h"
 
 namespace {
 
@@ -59,17 +59,7 @@ std::string Run(const Case& c) {
   return out;
 }
 
-void RunOnSmallStack(void* (*body)(void*)) {
-  pthread_attr_t attr;
-  pthread_attr_init(&attr);
-  ASSERT_EQ(pthread_attr_setstacksize(&attr, 1 << 20), 0);
-  pthread_t thread;
-  ASSERT_EQ(pthread_create(&thread, &attr, body, nullptr), 0);
-  pthread_join(thread, nullptr);
-  pthread_attr_destroy(&attr);
-}
-
-void* RunTable(void*) {
+void RunTable() {
   const Case cases[] = {
       {"RecursionThroughDeepTrees",
        "{function f(n){if n <= 0; return 0; endif; return f(n-1)" + Rep("+0", 990) + "}}{f(63)}",
@@ -126,13 +116,12 @@ void* RunTable(void*) {
     else
       EXPECT_EQ(got, c.want) << c.name;
   }
-  return nullptr;
 }
 
 TEST(HostileInputTest, EveryCaseEndsWithItsValueOrItsLimit) {
   const ErrorFunc saved = MathParser::err_fun;
   MathParser::SetErrorFunction(Capture);
-  RunOnSmallStack(RunTable);
+  qt::RunOnSmallStack(RunTable);
   MathParser::SetErrorFunction(saved);
 }
 

@@ -149,10 +149,15 @@ class HostileTemplateTest : public TempDirTest {
     std::filesystem::current_path(saved_);
     TempDirTest::TearDown();
   }
+  void RunRows();
   std::filesystem::path saved_;
 };
 
 TEST_F(HostileTemplateTest, RowsGiveWhatTheRulesSay) {
+  qt::RunOnSmallStack([&] { RunRows(); });
+}
+
+void HostileTemplateTest::RunRows() {
   for (const HostileTemplate& c : kCases) {
     SCOPED_TRACE(c.name);
     std::string path;

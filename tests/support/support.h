@@ -4,12 +4,14 @@
 #define QUORVIX_TESTS_SUPPORT_SUPPORT_H_
 
 #include <gtest/gtest.h>
+#include <pthread.h>
 #include <sys/wait.h>
 
 #include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <sstream>
 #include <string>
 #include <utility>
@@ -194,6 +196,23 @@ inline Outcome RunCli(const std::vector<std::string>& args,
   command += " <" + quote(in_path) + " >" + quote(out) + " 2>" + quote(err);
   const int status = std::system(command.c_str());
   return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, ReadFile(out), ReadFile(err)};
+}
+
+// Runs `body` on a thread with a 1 MB stack, as a host's worker thread may
+// have, and waits for it.
+inline void RunOnSmallStack(const std::function<void()>& body) {
+  pthread_attr_t attr;
+  pthread_attr_init(&attr);
+  ASSERT_EQ(pthread_attr_setstacksize(&attr, 1 << 20), 0);
+  pthread_t thread;
+  auto trampoline = [](void* f) -> void* {
+    (*static_cast<const std::function<void()>*>(f))();
+    return nullptr;
+  };
+  ASSERT_EQ(pthread_create(&thread, &attr, trampoline, const_cast<std::function<void()>*>(&body)),
+            0);
+  pthread_join(thread, nullptr);
+  pthread_attr_destroy(&attr);
 }
 
 }  // namespace quorvix::test
