@@ -16,8 +16,6 @@
 #include "quorvix/output_sink.h"
 #include "quorvix/symtab.h"
 
-class ostream_fast;
-
 namespace quorvix {
 class Engine;
 }  // namespace quorvix
@@ -60,9 +58,6 @@ class FillerBase {
 
   // The process-wide include path.
   static std::vector<std::string>& IncludePath();
-
-  // The stream that the outermost running fill writes to, or null.
-  static ostream_fast* CurrentFillStream();
 
  protected:
   std::unique_ptr<quorvix::Engine> engine_;

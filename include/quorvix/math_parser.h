@@ -176,21 +176,15 @@ class MathParser {
   static char* _PreprocessForHiChar(const char* text);
 
   int error_position_ = 0;
-  int eval_word1_ = 0;
-  int eval_word2_ = 0;
-  int error_function_changed_ = 0;
-  int eval_word3_ = 0;
   char* error_message_ = nullptr;
   char* expression_text_ = nullptr;
   std::size_t expression_capacity_ = 0;
-  int unused_word_ = 0;
   std::map<std::string, symtab*, std::less<>> variables_;  // looked up by const char* without a copy
   int num_get_funcs_ = 0;
   int num_set_funcs_ = 0;
   int num_mdl_funcs_ = 0;
   int allow_assign_ = 1;
   int globals_in_functions_ = 1;
-  symtab* last_result_ = nullptr;
   GetFunc get_funcs_[kMaxHooks] = {};
   SetFunc set_funcs_[kMaxHooks] = {};
   MdlFunc mdl_funcs_[kMaxHooks] = {};

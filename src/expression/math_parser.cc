@@ -140,8 +140,6 @@ void MathParser::StoreExpressionText(const char* text, std::size_t length) {
 // turning every failure into a report and a null result.
 template <typename Body>
 symtab* MathParser::Guarded(int position_offset, Body body) {
-  last_result_ = nullptr;
-  eval_word1_ = eval_word2_ = eval_word3_ = 0;
   if (error_message_ != nullptr) {
     delete[] error_message_;
     error_message_ = nullptr;
@@ -172,7 +170,6 @@ symtab* MathParser::Guarded(int position_offset, Body body) {
   } catch (...) {
     Report(this, "Internal error");
   }
-  last_result_ = result;
   return result;
 }
 
@@ -379,7 +376,6 @@ void MathParser::Error(const char* msg) {
 
 void MathParser::SetErrorFunction(ErrorFunc f) {
   if (f == err_fun) return;
-  if (current_parser != nullptr) current_parser->error_function_changed_ = 1;
   err_fun = f;
 }
 

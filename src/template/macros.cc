@@ -2,7 +2,6 @@
 // definition tests, and inclusion of files ("include", "readfill", "path").
 #include <unistd.h>
 
-#include <cctype>
 #include <cstdio>
 #include <cstring>
 #include <string>

@@ -87,15 +87,12 @@ class osinkstream_fast : public ostream_fast {
   bool finish();
   // False once the sink refused a write.
   bool good() const { return good_; }
-  // Bytes handed to the sink so far, plus those pending.
-  unsigned long long written() const { return handed_ + buf_.size(); }
 
  protected:
   void spill() override { flush(); }
 
  private:
   quorvix::OutputSink& sink_;
-  unsigned long long handed_ = 0;
   bool good_ = true;
 };
 
