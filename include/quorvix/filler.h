@@ -22,8 +22,6 @@ class Engine;
 
 class FillerBase {
  public:
-  static constexpr int kConditionStackSize = 1024;
-
   FillerBase();
   explicit FillerBase(MathParser* parser);
   // A copy has its own macros, switches and formats, and its own parser when
