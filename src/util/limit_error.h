@@ -1,5 +1,5 @@
 // The exception for a limit passed deep inside code that has no way to
-// report (the allocation of a value, a long numerical kernel). The
+// report (the allocation of a value's array). The
 // evaluation guard of MathParser catches it and ends the evaluation with
 // its message, like any other error.
 #ifndef QUORVIX_UTIL_LIMIT_ERROR_H

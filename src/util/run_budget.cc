@@ -69,12 +69,6 @@ bool RunBudget::Spend(std::string* why) {
   return true;
 }
 
-bool RunBudget::InTime(std::string* why) {
-  if (t_state.depth == 0 || !PastDeadline()) return true;
-  if (why) *why = TimeMessage(t_state.seconds);
-  return false;
-}
-
 long long RunBudget::Spent() { return t_state.depth == 0 ? 0 : t_state.spent; }
 
 }  // namespace quorvix

@@ -30,8 +30,6 @@ class RunBudget {
   // user-function call. False past the work limit or the deadline, with the
   // message in `why`. Outside any scope nothing is counted.
   static bool Spend(std::string* why);
-  // Checks the deadline only; long numerical kernels call it between blocks.
-  static bool InTime(std::string* why);
   // Units spent in the current outermost scope.
   static long long Spent();
 
