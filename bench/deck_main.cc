@@ -15,6 +15,7 @@
 
 #include "quorvix/filler.h"
 #include "quorvix/math_parser.h"
+#include "workloads.h"
 
 namespace {
 
@@ -35,14 +36,6 @@ Nodes MakeNodes(int n) {
     d.z.push_back(i / 7.0 - 3.0);
   }
   return d;
-}
-
-void AddArray(MathParser& p, const char* name, const std::vector<double>& v) {
-  symtab s;
-  double* d = s.SetArray(1, static_cast<int>(v.size()));
-  std::copy(v.begin(), v.end(), d);
-  s.SetName(name);
-  p.AddVariable(&s);
 }
 
 double Seconds(std::chrono::steady_clock::duration d) {
@@ -75,14 +68,11 @@ int main(int argc, char** argv) {
 
   // quorvix
   MathParser parser;
-  AddArray(parser, "id", nodes.id);
-  AddArray(parser, "x", nodes.x);
-  AddArray(parser, "y", nodes.y);
-  AddArray(parser, "z", nodes.z);
-  symtab count;
-  count.SetScalar(n);
-  count.SetName("n");
-  parser.AddVariable(&count);
+  bench::AddRowVector(parser, "id", nodes.id);
+  bench::AddRowVector(parser, "x", nodes.x);
+  bench::AddRowVector(parser, "y", nodes.y);
+  bench::AddRowVector(parser, "z", nodes.z);
+  bench::AddScalar(parser, "n", n);
   Filler filler(&parser);
   double q_best = 1e300;
   std::string q_out;

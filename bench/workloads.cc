@@ -16,6 +16,16 @@ namespace {
   std::exit(2);
 }
 
+// Takes a scalar result, frees it and returns its value.
+inline double Consume(symtab* r) {
+  if (r == nullptr || r->type != SYM_SCALAR) Fail("scalar evaluation failed");
+  double v = r->value;
+  r->Delete();
+  return v;
+}
+
+}  // namespace
+
 void AddScalar(MathParser& p, const char* name, double v) {
   symtab rec;
   rec.SetName(name);
@@ -30,16 +40,6 @@ void AddRowVector(MathParser& p, const char* name, const std::vector<double>& v)
   std::memcpy(d, v.data(), v.size() * sizeof(double));
   p.AddVariable(&rec);
 }
-
-// Takes a scalar result, frees it and returns its value.
-inline double Consume(symtab* r) {
-  if (r == nullptr || r->type != SYM_SCALAR) Fail("scalar evaluation failed");
-  double v = r->value;
-  r->Delete();
-  return v;
-}
-
-}  // namespace
 
 QuorvixScalar::QuorvixScalar() {
   AddScalar(parser, "a", AValue(0));

@@ -1,5 +1,6 @@
 // The measured workloads, shared by the side-by-side comparison and the
-// Google Benchmark binary so that both time exactly the same loops.
+// Google Benchmark binary so that both time exactly the same loops (the deck
+// benchmark uses only the variable helpers).
 //
 // Every loop returns a checksum of what it computed: it keeps the optimiser
 // from dropping the work and lets the caller check that the contenders agree.
@@ -15,6 +16,10 @@
 #include "quorvix/math_parser.h"
 
 namespace bench {
+
+// Variables of `p` named `name`: a scalar, and a 1 x n row vector.
+void AddScalar(MathParser& p, const char* name, double v);
+void AddRowVector(MathParser& p, const char* name, const std::vector<double>& v);
 
 // Scalar formula -------------------------------------------------------------
 

@@ -16,16 +16,12 @@
 #include "quorvix/output_sink.h"
 #include "quorvix/symtab.h"
 
-class ostream_fast;
-
 namespace quorvix {
 class Engine;
 }  // namespace quorvix
 
 class FillerBase {
  public:
-  static constexpr int kConditionStackSize = 1024;
-
   FillerBase();
   explicit FillerBase(MathParser* parser);
   // A copy has its own macros, switches and formats, and its own parser when
@@ -60,9 +56,6 @@ class FillerBase {
 
   // The process-wide include path.
   static std::vector<std::string>& IncludePath();
-
-  // The stream that the outermost running fill writes to, or null.
-  static ostream_fast* CurrentFillStream();
 
  protected:
   std::unique_ptr<quorvix::Engine> engine_;

@@ -12,7 +12,8 @@ class OutputSink {
  public:
   virtual ~OutputSink() = default;
   // Takes the next `n` bytes of output. False when they could not be
-  // written; the fill then stops with "output write failed".
+  // written; the rest of the output is then dropped, and the fill's error
+  // text ends with "output write failed".
   virtual bool Write(const char* data, std::size_t n) = 0;
   // Called once at the end of the fill; false as for Write.
   virtual bool Finish() { return true; }

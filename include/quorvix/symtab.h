@@ -9,7 +9,6 @@
 #define QUORVIX_SYMTAB_H
 
 #include <cstddef>
-#include <cstdint>
 
 // Kind codes held in symtab::type.
 enum SymtabKind : unsigned short {

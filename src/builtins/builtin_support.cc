@@ -5,40 +5,9 @@
 #include "quorvix/math_parser.h"
 
 namespace quorvix::builtins {
-namespace {
-
-// One row of literals per position; the column order follows ArgKind.
-#define QUORVIX_ARGUMENT_ROW(n)                                                    \
-  {                                                                                \
-    "Argument " #n " must be scalar", "Argument " #n " must be vector",            \
-        "Argument " #n " must be string", "Argument " #n " must be positive",      \
-        "Argument " #n " must be a scalar", "Argument " #n " must be a vector",    \
-        "Argument " #n " must be a string"                                         \
-  }
-
-constexpr int kArgKinds = static_cast<int>(ArgKind::kAString) + 1;
-constexpr int kMaxPosition = 10;
-
-constexpr const char* kArgumentMessages[kMaxPosition][kArgKinds] = {
-    QUORVIX_ARGUMENT_ROW(1), QUORVIX_ARGUMENT_ROW(2), QUORVIX_ARGUMENT_ROW(3),
-    QUORVIX_ARGUMENT_ROW(4), QUORVIX_ARGUMENT_ROW(5), QUORVIX_ARGUMENT_ROW(6),
-    QUORVIX_ARGUMENT_ROW(7), QUORVIX_ARGUMENT_ROW(8), QUORVIX_ARGUMENT_ROW(9),
-    QUORVIX_ARGUMENT_ROW(10),
-};
-
-#undef QUORVIX_ARGUMENT_ROW
-
-}  // namespace
-
 void Report(const char* message, ErrorAt at) {
   if (at != ErrorAt::kNone) MathParser::BackupTo(static_cast<char>(at), 1, 0);
   MathParser::Error(message);
-}
-
-const char* ArgumentMessage(int position, ArgKind kind) {
-  int k = static_cast<int>(kind);
-  if (position < 1 || position > kMaxPosition || k < 0 || k >= kArgKinds) return kInvalidArgType;
-  return kArgumentMessages[position - 1][k];
 }
 
 std::span<double> NumericElements(symtab& v) {

@@ -25,40 +25,17 @@ inline constexpr char kInvalidTypeArg1[] = "Invalid type for argument 1";
 inline constexpr char kInvalidTypeArg2[] = "Invalid type for argument 2";
 inline constexpr char kDomainViolation[] = "Domain violation";
 inline constexpr char kMatrixNotSquare[] = "Matrix must be square";
-inline constexpr char kValueOutOfRange[] = "Value out of range";
-inline constexpr char kIndexOutOfRange[] = "Index out of range";
-inline constexpr char kSizeNotPositive[] = "Size must be greater than 0";
-inline constexpr char kOutOfMemory[] = "Out of memory";
-// Three wordings of the same complaint; each family keeps its own.
-inline constexpr char kSameNumberOfElements[] = "Vectors must have the same number of elements";
-inline constexpr char kSameNumberOfPointsShort[] = "Vectors must have same number of points";
-inline constexpr char kSameNumberOfPoints[] = "Vectors must have the same number of points";
 
 // The character of the call an error refers to, handed to
 // MathParser::BackupTo. kNone skips BackupTo (a few handlers report without).
 enum class ErrorAt : char {
   kNone = 0,
   kCall = '(',          // the call as a whole
-  kLaterArgument = ',', // an argument after the first
-  kCallEnd = ')',
 };
 
 // Reports `message` through MathParser::Error, after BackupTo(at, 1, 0)
 // unless `at` is kNone.
 void Report(const char* message, ErrorAt at = ErrorAt::kCall);
-
-// Position messages "Argument N must be ...". Positions 1 to 10 have their
-// own literal; any other position yields "Invalid argument type".
-enum class ArgKind {
-  kScalar,    // "must be scalar"
-  kVector,    // "must be vector"
-  kString,    // "must be string"
-  kPositive,  // "must be positive"
-  kAScalar,   // "must be a scalar"
-  kAVector,   // "must be a vector"
-  kAString,   // "must be a string"
-};
-const char* ArgumentMessage(int position, ArgKind kind);
 
 // Kind tests on the kind code itself. symtab::IsScalar also accepts a
 // one-element array, whose number lives in `data`, not in `value`.

@@ -1,6 +1,5 @@
 #include "quorvix/math_parser.h"
 
-#include <cctype>
 #include <cmath>
 #include <cstring>
 #include <iostream>
@@ -198,7 +197,7 @@ MathParserExpression* MathParser::CreateExpression(const char* text) {
   if (text == nullptr) return nullptr;
   CurrentParserScope scope(this);
   quorvix::StackScope stack(policy_->limits.stack_bytes);
-  while (std::isspace(static_cast<unsigned char>(*text))) ++text;
+  text += LeadingBlanks(text);
   try {
     return new MathParserExpression(quorvix::ParseExpression(text, allow_escape_characters_));
   } catch (...) {

@@ -1,7 +1,5 @@
 // Brace groups: statement dispatch, the expression statement, the services
 // that read expressions, and the error reports.
-#include <algorithm>
-#include <cctype>
 #include <cstring>
 #include <functional>
 #include <string>

@@ -1,5 +1,4 @@
 // Conditions, loops, break/continue, exit, return and inline functions.
-#include <cctype>
 #include <cmath>
 #include <cstring>
 #include <string>

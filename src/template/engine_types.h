@@ -48,7 +48,8 @@ struct Macro {
 };
 
 // Limits that end a fill with a message instead of exhausting memory or the
-// stack; the numbers come from the parser's policy.
+// stack; the numbers come from the parser's policy, except the fixed depth of
+// the condition stack.
 inline constexpr const char* kFillDepthPrefix = "fills nested too deeply";
 inline std::string SourceDepthMessage(int limit) {
   return "sources nested too deeply (limit " + std::to_string(limit) + ")";

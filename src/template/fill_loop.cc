@@ -3,7 +3,6 @@
 // (included files, macro expansions, loop bodies).
 
 #include <array>
-#include <cctype>
 #include <cstdio>
 #include <cstring>
 #include <string>

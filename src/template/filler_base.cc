@@ -54,7 +54,6 @@ void FillerBase::ResetMacros() { engine_->ResetMacros(); }
 
 void FillerBase::AllowInlineFunctions(bool on) { g_inline_functions = on; }
 bool FillerBase::InlineFunctionsAllowed() { return g_inline_functions; }
-ostream_fast* FillerBase::CurrentFillStream() { return quorvix::PublishedFillStream(); }
 
 std::vector<std::string>& FillerBase::IncludePath() {
   static std::vector<std::string> path;

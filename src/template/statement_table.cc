@@ -1,9 +1,10 @@
 #include "template/statement_table.h"
 
 #include <array>
-#include <cctype>
 #include <cstring>
 #include <vector>
+
+#include "template/text_scan.h"
 
 namespace quorvix {
 
@@ -45,8 +46,7 @@ std::span<const StatementEntry> StatementsForLetter(char lower) {
 bool MatchKeyword(const char* text, const char* keyword) {
   std::size_t n = std::strlen(keyword);
   if (std::strncmp(text, keyword, n) != 0) return false;
-  unsigned char next = static_cast<unsigned char>(text[n]);
-  return !(std::isalnum(next) || next == '_');
+  return !IsWordChar(text[n]);
 }
 
 }  // namespace quorvix

@@ -37,7 +37,6 @@ void osinkstream_fast::flush() {
   // After a refused write the rest is dropped: memory must not grow while
   // the fill winds down.
   if (good_) good_ = sink_.Write(buf_.data(), buf_.size());
-  handed_ += buf_.size();
   buf_.clear();
 }
 

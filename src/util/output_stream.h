@@ -31,8 +31,6 @@ class ostream_fast {
   void puts(const char* s) { write(s, std::strlen(s)); }
   // The engine's line end is CR LF on every platform.
   void endl() { write("\r\n", 2); }
-  // One zero character, terminating an in-memory text.
-  void ends() { put('\0'); }
   void write_double(double v);
   virtual void flush() {}
   // Characters written and not yet handed on.
@@ -55,11 +53,6 @@ class ostrstream_fast : public ostream_fast {
   // and empties the stream.
   char* str();
   const std::string& text() const { return buf_; }
-  std::string take() {
-    std::string out;
-    out.swap(buf_);
-    return out;
-  }
   void clear() { buf_.clear(); }
 };
 
@@ -83,19 +76,15 @@ class osinkstream_fast : public ostream_fast {
  public:
   explicit osinkstream_fast(quorvix::OutputSink& sink) : ostream_fast(64 * 1024), sink_(sink) {}
   void flush() override;
-  // Flushes and tells the sink the output is complete.
+  // Flushes and tells the sink the output is complete; false when the sink
+  // refused a write or the end.
   bool finish();
-  // False once the sink refused a write.
-  bool good() const { return good_; }
-  // Bytes handed to the sink so far, plus those pending.
-  unsigned long long written() const { return handed_ + buf_.size(); }
 
  protected:
   void spill() override { flush(); }
 
  private:
   quorvix::OutputSink& sink_;
-  unsigned long long handed_ = 0;
   bool good_ = true;
 };
 

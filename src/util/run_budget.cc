@@ -1,7 +1,6 @@
 #include "util/run_budget.h"
 
 #include <chrono>
-#include <cmath>
 #include <cstdio>
 
 #include "util/limit_error.h"

@@ -57,7 +57,7 @@ void AppendNumber(char* buffer, double x);
 // Building blocks shared by the operation units. Not for other callers.
 namespace detail {
 
-// Reports msg through MathParser::Error; returns false for `return Fail(..)`.
+// Reports `msg` through the error sink; returns false for `return Fail(..)`.
 bool Fail(const char* msg);
 
 inline bool IsNumeric(const symtab& v) { return v.type == SYM_SCALAR || v.type == SYM_ARRAY; }

@@ -22,7 +22,6 @@ using ParserUtilties_NS::UnaryOperatorNode;
 
 // Print levels mirror the grammar's precedence levels (1 comma .. 13).
 enum PrintLevel : int {
-  kPrintComma = 1,
   kPrintAssignment = 2,
   kPrintConditional = 3,
   kPrintOr = 4,
