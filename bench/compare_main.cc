@@ -46,7 +46,8 @@ struct Options {
 void Usage() {
   std::printf(
       "usage: quorvix_compare [--runs N] [--scale F] [--vector-reps N] [--vector-len N]\n"
-      "                       [--python EXE] [--numpy-script FILE] [--no-numpy] [--only-quorvix]\n");
+      "                       [--python EXE] [--numpy-script FILE] [--no-numpy] "
+      "[--only-quorvix]\n");
 }
 
 bool ParseOptions(int argc, char** argv, Options& o) {
@@ -177,8 +178,7 @@ bool WriteDoubles(const std::string& path, const std::vector<double>& v) {
   return std::fclose(f) == 0 && ok;
 }
 
-NumpyResult RunNumpy(const Options& o, const std::vector<double>& x,
-                     const std::vector<double>& y) {
+NumpyResult RunNumpy(const Options& o, const std::vector<double>& x, const std::vector<double>& y) {
   NumpyResult res;
   const char* tmp = std::getenv("TMPDIR");
   std::string dir_template = std::string(tmp && *tmp ? tmp : "/tmp") + "/quorvix-bench-XXXXXX";
@@ -199,8 +199,7 @@ NumpyResult RunNumpy(const Options& o, const std::vector<double>& x,
     setenv("OPENBLAS_NUM_THREADS", "1", 1);
     setenv("MKL_NUM_THREADS", "1", 1);
     std::string cmd = ShellQuote(o.python) + " " + ShellQuote(o.numpy_script) + " " +
-                      ShellQuote(xs) + " " + ShellQuote(ys) + " " +
-                      std::to_string(o.vector_reps);
+                      ShellQuote(xs) + " " + ShellQuote(ys) + " " + std::to_string(o.vector_reps);
     std::FILE* p = popen(cmd.c_str(), "r");
     if (p == nullptr) {
       res.error = "cannot start " + o.python;
@@ -293,15 +292,13 @@ int main(int argc, char** argv) {
   bench::QuorvixScalar qs;
   double q_sum = 0, q_sv_sum = 0, mu_sum = 0, c_sum = 0;
   bench::QuorvixParseOnce(qs, 100000);  // warm caches and the record pool
-  const double q_once = BestPerIteration(o.runs, n_scalar, q_sum, [&](long n) {
-    return bench::QuorvixParseOnce(qs, n);
-  });
+  const double q_once = BestPerIteration(o.runs, n_scalar, q_sum,
+                                         [&](long n) { return bench::QuorvixParseOnce(qs, n); });
   double q_setvar = 0, mu_once = 0, c_once = 0;
   std::string mu_version = "-";
   if (!o.only_quorvix) {
-    q_setvar = BestPerIteration(o.runs, n_scalar, q_sv_sum, [&](long n) {
-      return bench::QuorvixParseOnceSetVariable(qs, n);
-    });
+    q_setvar = BestPerIteration(o.runs, n_scalar, q_sv_sum,
+                                [&](long n) { return bench::QuorvixParseOnceSetVariable(qs, n); });
     bench::MuparserScalar ms;
     mu_version = ms.parser.GetVersion();
     bench::MuparserLoop(ms, 100000);
@@ -321,9 +318,8 @@ int main(int argc, char** argv) {
   // 2. Re-parsing evaluation -------------------------------------------------------
   double r_sum = 0;
   bench::QuorvixReparse(qs, 100000);
-  const double q_reparse = BestPerIteration(o.runs, n_reparse, r_sum, [&](long n) {
-    return bench::QuorvixReparse(qs, n);
-  });
+  const double q_reparse = BestPerIteration(o.runs, n_reparse, r_sum,
+                                            [&](long n) { return bench::QuorvixReparse(qs, n); });
   {
     double ref = bench::QuorvixParseOnce(qs, n_reparse);
     if (!Close(r_sum, ref, 1e-12)) {
@@ -340,15 +336,20 @@ int main(int argc, char** argv) {
   double qv_sum = 0;
   std::vector<double> qv_samples;
   auto sample_index = [n] {
-    return std::vector<long>{0, 1, 2, static_cast<long>(n / 3), static_cast<long>(n / 2),
-                             static_cast<long>(n - 2), static_cast<long>(n - 1)};
+    return std::vector<long>{0,
+                             1,
+                             2,
+                             static_cast<long>(n / 3),
+                             static_cast<long>(n / 2),
+                             static_cast<long>(n - 2),
+                             static_cast<long>(n - 1)};
   };
   auto check_quorvix = [&](symtab* r) {
     if (r == nullptr || r->type != SYM_ARRAY || r->data == nullptr ||
         static_cast<std::size_t>(r->rows) * r->cols != n) {
-      std::fprintf(stderr, "quorvix vector evaluation failed: %s\n",
-                   MathParser::ErrorPending() ? MathParser::ErrorText().c_str()
-                                              : "wrong or no result");
+      std::fprintf(
+          stderr, "quorvix vector evaluation failed: %s\n",
+          MathParser::ErrorPending() ? MathParser::ErrorText().c_str() : "wrong or no result");
       std::exit(1);
     }
   };
@@ -432,17 +433,16 @@ int main(int argc, char** argv) {
   const std::string l1 = "1 parse once, eval x" + Count(n_scalar);
   const std::string l2 = "2 Evaluate(text) x" + Count(n_reparse);
   const std::string l3 = "3 vector 1x" + Count(static_cast<long>(n)) + ", best";
-  Row(l1.c_str(), "ns/eval", Num(q_once * 1e9, 1), "muparser",
-      peers ? Num(mu_once * 1e9, 1) : "-", peers ? Num(c_once * 1e9, 1) : "-",
-      peers ? Ratio(q_once, mu_once) : "-", "<=3x", peers ? verdict(q_once / mu_once, 3) : "",
-      peers ? Ratio(q_once, c_once) : "-");
+  Row(l1.c_str(), "ns/eval", Num(q_once * 1e9, 1), "muparser", peers ? Num(mu_once * 1e9, 1) : "-",
+      peers ? Num(c_once * 1e9, 1) : "-", peers ? Ratio(q_once, mu_once) : "-", "<=3x",
+      peers ? verdict(q_once / mu_once, 3) : "", peers ? Ratio(q_once, c_once) : "-");
   if (peers)
     Row("  (a via SetVariable)", "ns/eval", Num(q_setvar * 1e9, 1), "muparser",
         Num(mu_once * 1e9, 1), Num(c_once * 1e9, 1), Ratio(q_setvar, mu_once), "", "",
         Ratio(q_setvar, c_once));
-  Row(l2.c_str(), "ns/eval", Num(q_reparse * 1e9, 1), "parse-once",
-      Num(q_once * 1e9, 1), peers ? Num(c_once * 1e9, 1) : "-", Ratio(q_reparse, q_once),
-      "<=2x", verdict(q_reparse / q_once, 2), peers ? Ratio(q_reparse, c_once) : "-");
+  Row(l2.c_str(), "ns/eval", Num(q_reparse * 1e9, 1), "parse-once", Num(q_once * 1e9, 1),
+      peers ? Num(c_once * 1e9, 1) : "-", Ratio(q_reparse, q_once), "<=2x",
+      verdict(q_reparse / q_once, 2), peers ? Ratio(q_reparse, c_once) : "-");
   const bool have_np = peers && np.ok;
   Row(l3.c_str(), "ms/eval", Num(qv_t.best_ms, 3), "numpy",
       have_np ? Num(np.timing.best_ms, 3) : "-", peers ? Num(cv_t.best_ms, 3) : "-",
@@ -460,10 +460,11 @@ int main(int argc, char** argv) {
   std::printf("\n1: %s, %ld evaluations, a changes every time; peer muparser %s\n",
               bench::kScalarFormula, n_scalar, mu_version.c_str());
   std::printf("2: Evaluate(char*) of the same text, %ld times (parse cache)\n", n_reparse);
-  std::printf("3: %s, x and y 1x%zu, %d evaluations each; peer numpy %s in its own process,\n"
-              "   default allocator; quorvix and plain C++ run with freed heap memory kept for\n"
-              "   reuse, and again with it returned to the system before each evaluation\n",
-              bench::kVectorFormula, n, o.vector_reps, have_np ? np.version.c_str() : "-");
+  std::printf(
+      "3: %s, x and y 1x%zu, %d evaluations each; peer numpy %s in its own process,\n"
+      "   default allocator; quorvix and plain C++ run with freed heap memory kept for\n"
+      "   reuse, and again with it returned to the system before each evaluation\n",
+      bench::kVectorFormula, n, o.vector_reps, have_np ? np.version.c_str() : "-");
   std::printf("results %s\n", peers ? (honest ? "agree across contenders (checksums, sampled "
                                                 "elements bit for bit)"
                                               : "DISAGREE (see above)")

@@ -60,9 +60,12 @@ int main(int argc, char** argv) {
   std::string python = "python3", script = QUORVIX_BENCH_DIR "/jinja_deck.py";
   for (int i = 1; i < argc; ++i) {
     std::string a = argv[i];
-    if (a == "--lines" && i + 1 < argc) n = std::atoi(argv[++i]);
-    else if (a == "--runs" && i + 1 < argc) runs = std::atoi(argv[++i]);
-    else if (a == "--python" && i + 1 < argc) python = argv[++i];
+    if (a == "--lines" && i + 1 < argc)
+      n = std::atoi(argv[++i]);
+    else if (a == "--runs" && i + 1 < argc)
+      runs = std::atoi(argv[++i]);
+    else if (a == "--python" && i + 1 < argc)
+      python = argv[++i];
   }
   const Nodes nodes = MakeNodes(n);
 
@@ -114,8 +117,8 @@ int main(int argc, char** argv) {
                    nodes.z[static_cast<std::size_t>(i)]);
     std::fclose(f);
   }
-  std::string cmd = python + " '" + script + "' " + data_path + " " + out_path + " " +
-                    std::to_string(runs);
+  std::string cmd =
+      python + " '" + script + "' " + data_path + " " + out_path + " " + std::to_string(runs);
   double j_best = -1;
   if (std::FILE* p = popen(cmd.c_str(), "r")) {
     if (std::fscanf(p, "%lf", &j_best) != 1) j_best = -1;
@@ -130,14 +133,15 @@ int main(int argc, char** argv) {
 
   std::printf("deck of %d GRID lines (%zu bytes), best of %d\n", n, c_out.size(), runs);
   std::printf("%-22s %10s %12s %12s\n", "contender", "ms", "vs quorvix", "vs C++");
-  std::printf("%-22s %10.1f %12s %11.2fx\n", "quorvix fill", q_best * 1e3, "1.00x", q_best / c_best);
+  std::printf("%-22s %10.1f %12s %11.2fx\n", "quorvix fill", q_best * 1e3, "1.00x",
+              q_best / c_best);
   if (j_best > 0)
     std::printf("%-22s %10.1f %11.2fx %11.2fx\n", "Jinja2", j_best * 1e3, j_best / q_best,
                 j_best / c_best);
   else
     std::printf("%-22s %10s   (python3-jinja2 not available)\n", "Jinja2", "-");
-  std::printf("%-22s %10.1f %11.2fx %11.2fx\n", "C++ snprintf loop", c_best * 1e3,
-              c_best / q_best, 1.0);
+  std::printf("%-22s %10.1f %11.2fx %11.2fx\n", "C++ snprintf loop", c_best * 1e3, c_best / q_best,
+              1.0);
   bool same_c = q_out == c_out;
   bool same_j = j_best <= 0 || j_out == q_out;
   std::printf("quorvix is %.2fx faster than Jinja2 (target: at least 2x)\n",

@@ -1,9 +1,9 @@
 #include "workloads.h"
 
 #include <cmath>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
-#include <cstdint>
 #include <cstring>
 
 namespace bench {

@@ -184,7 +184,8 @@ class MathParser {
   char* expression_text_ = nullptr;
   std::size_t expression_capacity_ = 0;
   int unused_word_ = 0;
-  std::map<std::string, symtab*, std::less<>> variables_;  // looked up by const char* without a copy
+  std::map<std::string, symtab*, std::less<>>
+      variables_;  // looked up by const char* without a copy
   int num_get_funcs_ = 0;
   int num_set_funcs_ = 0;
   int num_mdl_funcs_ = 0;

@@ -23,8 +23,7 @@ class OutputSink {
 // CR LF pair becomes LF (a pair split across two writes included).
 class FileSink : public OutputSink {
  public:
-  explicit FileSink(std::FILE* file, bool lf_line_ends = false)
-      : file_(file), lf_(lf_line_ends) {}
+  explicit FileSink(std::FILE* file, bool lf_line_ends = false) : file_(file), lf_(lf_line_ends) {}
   bool Write(const char* data, std::size_t n) override;
   bool Finish() override;
 

@@ -19,18 +19,18 @@ enum SymtabKind : unsigned short {
 };
 
 struct symtab {
-  char* name = nullptr;        // owned; null for anonymous values
-  char** str_list = nullptr;   // kind 3: num_strings owned strings
-  double* data = nullptr;      // kind 2: rows x cols doubles, row-major
-  double value = 0.0;          // kind 1
+  char* name = nullptr;       // owned; null for anonymous values
+  char** str_list = nullptr;  // kind 3: num_strings owned strings
+  double* data = nullptr;     // kind 2: rows x cols doubles, row-major
+  double value = 0.0;         // kind 1
   unsigned short type = SYM_UNDEFINED;
   int rows = 0;
   int cols = 0;
   int num_strings = 0;
   int reserved1 = 0;
   int reserved2 = 0;
-  unsigned short shared = 0;   // belongs to a variable table
-  unsigned short frozen = 0;   // set by freeze(), cleared by thaw()
+  unsigned short shared = 0;  // belongs to a variable table
+  unsigned short frozen = 0;  // set by freeze(), cleared by thaw()
   int reserved3 = 0;
 
   symtab() = default;
@@ -59,16 +59,16 @@ struct symtab {
   short IsStringList() const;
 
   // Helpers used throughout the library (not part of the raw record layout).
-  void SetScalar(double v);               // frees any payload, kind 1
+  void SetScalar(double v);  // frees any payload, kind 1
   // Frees any payload and makes a rows x cols array; the elements are left
   // uninitialised. Returns data. Past the policy's element limit it throws
   // the expression language's error and leaves the record as it was.
   double* SetArray(int r, int c);
-  void SetString(const char* s);          // frees any payload, one string
-  void SetStrings(char** list, int n);    // takes ownership of list and strings
-  void SetName(const char* n);            // copies n (null clears)
-  void DropName();                        // results are anonymous
-  void ReleasePayload();                  // frees payload, kind 0, counts 0
+  void SetString(const char* s);        // frees any payload, one string
+  void SetStrings(char** list, int n);  // takes ownership of list and strings
+  void SetName(const char* n);          // copies n (null clears)
+  void DropName();                      // results are anonymous
+  void ReleasePayload();                // frees payload, kind 0, counts 0
   void Swap(symtab& other) noexcept;
 
   // Pooled allocation: value records are created and freed at a high rate

@@ -30,7 +30,7 @@ inline constexpr char kMatrixNotSquare[] = "Matrix must be square";
 // MathParser::BackupTo. kNone skips BackupTo (a few handlers report without).
 enum class ErrorAt : char {
   kNone = 0,
-  kCall = '(',          // the call as a whole
+  kCall = '(',  // the call as a whole
 };
 
 // Reports `message` through MathParser::Error, after BackupTo(at, 1, 0)
@@ -44,9 +44,7 @@ inline bool IsArray(const symtab& v) { return v.type == SYM_ARRAY; }
 inline bool IsNumeric(const symtab& v) { return IsNumber(v) || IsArray(v); }
 // A numeric array with at most one row or at most one column; an empty array
 // counts as a vector.
-inline bool IsVectorLike(const symtab& v) {
-  return IsArray(v) && (v.rows <= 1 || v.cols <= 1);
-}
+inline bool IsVectorLike(const symtab& v) { return IsArray(v) && (v.rows <= 1 || v.cols <= 1); }
 
 // The numbers a numeric record holds, in row-major order: the scalar's value,
 // or all rows x cols array elements. Empty for every other kind.
@@ -159,7 +157,8 @@ symtab* Elementwise(sym_list* list) {
     bool all = true;
     for (double x : xs) all &= InDomain(x);
     if (!all)
-      for (bad = 0; bad < xs.size() && InDomain(xs[bad]); ++bad) {}
+      for (bad = 0; bad < xs.size() && InDomain(xs[bad]); ++bad) {
+      }
   }
   double* d = xs.data();
   for (std::size_t i = 0; i < bad; ++i) d[i] = F(d[i]);

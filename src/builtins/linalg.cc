@@ -87,10 +87,20 @@ symtab* EigenHandler(sym_list* list) {
   const std::vector<double>* source = nullptr;
   int cols = 1;
   switch (Part) {
-    case EigenPart::kValuesReal: source = &eigen.values_real(); break;
-    case EigenPart::kValuesImag: source = &eigen.values_imag(); break;
-    case EigenPart::kVectorsReal: source = &eigen.vectors_real(); cols = n; break;
-    case EigenPart::kVectorsImag: source = &eigen.vectors_imag(); cols = n; break;
+    case EigenPart::kValuesReal:
+      source = &eigen.values_real();
+      break;
+    case EigenPart::kValuesImag:
+      source = &eigen.values_imag();
+      break;
+    case EigenPart::kVectorsReal:
+      source = &eigen.vectors_real();
+      cols = n;
+      break;
+    case EigenPart::kVectorsImag:
+      source = &eigen.vectors_imag();
+      cols = n;
+      break;
   }
   double* out = v->SetArray(n, cols);
   for (std::size_t i = 0; i < source->size(); ++i) out[i] = (*source)[i];

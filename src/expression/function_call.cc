@@ -1,7 +1,7 @@
 #include "expression/function_call.h"
 
-#include <string>
 #include <optional>
+#include <string>
 
 #include "quorvix/math_parser.h"
 

@@ -6,8 +6,8 @@
 #include <new>
 
 #include "expression/builtin_registrar.h"
-#include "parser/core/error.h"
 #include "expression/parse_cache.h"
+#include "parser/core/error.h"
 #include "util/limit_error.h"
 #include "util/run_budget.h"
 #include "util/stack_budget.h"

@@ -3,8 +3,8 @@
 #include <string>
 #include <unordered_map>
 
-#include "parser/core/error.h"
 #include "expression/quorvix_adaptor.h"
+#include "parser/core/error.h"
 #include "parser/math/standard_parser.h"
 #include "quorvix/math_parser.h"
 
@@ -33,8 +33,7 @@ struct TextEqual {
   bool operator()(std::string_view a, std::string_view b) const { return a == b; }
 };
 
-using TreeMap =
-    std::unordered_map<std::string, std::shared_ptr<ParsedTree>, TextHash, TextEqual>;
+using TreeMap = std::unordered_map<std::string, std::shared_ptr<ParsedTree>, TextHash, TextEqual>;
 
 // A bound on the number of cached texts; templates that generate endless
 // distinct texts must not grow memory without end.

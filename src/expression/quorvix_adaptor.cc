@@ -4,10 +4,10 @@
 #include <cstring>
 
 #include "expression/function_call.h"
-#include "values/value_limits.h"
-#include "values/value_ops.h"
 #include "parser/core/error.h"
 #include "quorvix/math_parser.h"
+#include "values/value_limits.h"
+#include "values/value_ops.h"
 
 namespace MathParser_NS {
 
@@ -103,7 +103,8 @@ void StoreElement(symtab& rec, const unsigned* idx, int count, const symtab& val
     case SYM_STRINGS: {
       if (count > 1) Fail("Too many subscripts", pos);
       if (idx[0] >= static_cast<unsigned>(rec.num_strings)) Fail("Subscript out of range", pos);
-      if (value.type != SYM_STRINGS || value.num_strings != 1) Fail("Incompatable array types", pos);
+      if (value.type != SYM_STRINGS || value.num_strings != 1)
+        Fail("Incompatable array types", pos);
       char* copy = newstrdup(value.str_list[0]);
       delete[] rec.str_list[idx[0]];
       rec.str_list[idx[0]] = copy;
@@ -112,7 +113,8 @@ void StoreElement(symtab& rec, const unsigned* idx, int count, const symtab& val
     case SYM_ARRAY: {
       if (rec.rows == 1 || rec.cols == 1) {
         if (count > 1) Fail("Too many subscripts", pos);
-        if (idx[0] >= static_cast<unsigned>(rec.rows * rec.cols)) Fail("Subscript out of range", pos);
+        if (idx[0] >= static_cast<unsigned>(rec.rows * rec.cols))
+          Fail("Subscript out of range", pos);
         rec.data[idx[0]] = ElementValue(value, pos);
         return;
       }
@@ -272,7 +274,9 @@ void QuorvixSymtabAdaptor::releaseValue(symtab& v) {
   v.DropName();
 }
 
-void QuorvixSymtabAdaptor::add(symtab& l, symtab& r, int pos) { Check(quorvix::ops::Add(l, r), pos); }
+void QuorvixSymtabAdaptor::add(symtab& l, symtab& r, int pos) {
+  Check(quorvix::ops::Add(l, r), pos);
+}
 void QuorvixSymtabAdaptor::subtract(symtab& l, symtab& r, int pos) {
   Check(quorvix::ops::Subtract(l, r), pos);
 }
@@ -290,7 +294,9 @@ void QuorvixSymtabAdaptor::power(symtab& l, symtab& r, int pos) {
 }
 void QuorvixSymtabAdaptor::negate(symtab& v, int pos) { Check(quorvix::ops::Negate(v), pos); }
 void QuorvixSymtabAdaptor::transpose(symtab& v, int pos) { Check(quorvix::ops::Transpose(v), pos); }
-void QuorvixSymtabAdaptor::dot(symtab& l, symtab& r, int pos) { Check(quorvix::ops::Dot(l, r), pos); }
+void QuorvixSymtabAdaptor::dot(symtab& l, symtab& r, int pos) {
+  Check(quorvix::ops::Dot(l, r), pos);
+}
 void QuorvixSymtabAdaptor::cross(symtab& l, symtab& r, int pos) {
   Check(quorvix::ops::Cross(l, r), pos);
 }
@@ -303,7 +309,9 @@ void QuorvixSymtabAdaptor::logicalAnd(symtab& l, symtab& r, int pos) {
 void QuorvixSymtabAdaptor::logicalOr(symtab& l, symtab& r, int pos) {
   Check(quorvix::ops::LogicalOr(l, r), pos);
 }
-void QuorvixSymtabAdaptor::logicalNot(symtab& v, int pos) { Check(quorvix::ops::LogicalNot(v), pos); }
+void QuorvixSymtabAdaptor::logicalNot(symtab& v, int pos) {
+  Check(quorvix::ops::LogicalNot(v), pos);
+}
 
 void QuorvixSymtabAdaptor::increment(symtab& v, int pos) {
   if (v.type == SYM_SCALAR)
@@ -518,7 +526,7 @@ static symtab* TableRecord(const std::string& name, ParserCore_NS::VariableCache
 }
 
 const symtab* QuorvixSymtabAdaptor::peekValue(const std::string& name,
-                                             ParserCore_NS::VariableCache& cache) {
+                                              ParserCore_NS::VariableCache& cache) {
   const symtab* rec = TableRecord(name, cache);
   if (rec == nullptr) return nullptr;
   if (rec->type == SYM_ARRAY && rec->data != nullptr) return rec;
@@ -549,15 +557,15 @@ void QuorvixSymtabAdaptor::subscriptOf(const symtab& base, const unsigned* idx, 
   subscript(out, idx, count, pos);
 }
 
-bool QuorvixSymtabAdaptor::readScalar(const std::string& name,
-                                      ParserCore_NS::VariableCache& cache, double& out) {
+bool QuorvixSymtabAdaptor::readScalar(const std::string& name, ParserCore_NS::VariableCache& cache,
+                                      double& out) {
   if (TableRecord(name, cache) == nullptr || cache.record->type != SYM_SCALAR) return false;
   out = cache.record->value;
   return true;
 }
 
-bool QuorvixSymtabAdaptor::callScalar(const std::string& name,
-                                      ParserCore_NS::FunctionCache& cache, double x, double& out) {
+bool QuorvixSymtabAdaptor::callScalar(const std::string& name, ParserCore_NS::FunctionCache& cache,
+                                      double x, double& out) {
   Refresh(name, cache);
   if (cache.scalar == nullptr) return false;
   out = cache.scalar(x);

@@ -50,8 +50,10 @@ class QuorvixSymtabAdaptor : public ParserCore_NS::SymtabAdaptor {
   const symtab* peekValue(const std::string& name, ParserCore_NS::VariableCache& cache) override;
   void subscriptOf(const symtab& base, const unsigned* indices, int count, symtab& out,
                    int pos) override;
-  bool readScalar(const std::string& name, ParserCore_NS::VariableCache& cache, double& out) override;
-  bool callScalar(const std::string& name, ParserCore_NS::FunctionCache& cache, double x, double& out) override;
+  bool readScalar(const std::string& name, ParserCore_NS::VariableCache& cache,
+                  double& out) override;
+  bool callScalar(const std::string& name, ParserCore_NS::FunctionCache& cache, double x,
+                  double& out) override;
   void readVariable(const std::string& name, ParserCore_NS::VariableCache& cache, symtab& out,
                     int pos) override;
   void assign(const std::string& name, std::vector<symtab>& subscripts, const symtab& value,

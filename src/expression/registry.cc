@@ -40,8 +40,7 @@ std::string Key(const char* name) {
 int CompareEntries(const void* a, const void* b) {
   const funtab* x = *static_cast<funtab* const*>(a);
   const funtab* y = *static_cast<funtab* const*>(b);
-  if (x->name == nullptr || y->name == nullptr)
-    return (x->name == nullptr) - (y->name == nullptr);
+  if (x->name == nullptr || y->name == nullptr) return (x->name == nullptr) - (y->name == nullptr);
   const auto* p = reinterpret_cast<const unsigned char*>(x->name);
   const auto* q = reinterpret_cast<const unsigned char*>(y->name);
   while (*p && *p == *q) ++p, ++q;
@@ -82,8 +81,7 @@ int MathParser::AddFunc(const char* name, BuiltinHandler handler, int nargs, uns
   return 0;
 }
 
-int MathParser::AddContextFunc(const char* name, ContextHandler handler, void* context,
-                               int nargs) {
+int MathParser::AddContextFunc(const char* name, ContextHandler handler, void* context, int nargs) {
   if (name == nullptr) return 1;
   std::string key = Key(name);
   if (func_list.count(key)) return 1;
@@ -113,7 +111,6 @@ void MathParser::RemoveUserFn(const char* name) {
   func_list.erase(it);
   ++registry_generation_;
 }
-
 
 void MathParser::StoreEntry(funtab* entry) {
   funtab*& slot = func_list[Key(entry->name)];

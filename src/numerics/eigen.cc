@@ -37,8 +37,8 @@ bool EigenDecomposition::Compute(const double* a, int n) {
   }
   for (int i = 0; i < n; ++i) {
     for (int k = 0; k < n; ++k) {
-      std::size_t at = static_cast<std::size_t>(i) * static_cast<std::size_t>(n) +
-                       static_cast<std::size_t>(k);
+      std::size_t at =
+          static_cast<std::size_t>(i) * static_cast<std::size_t>(n) + static_cast<std::size_t>(k);
       vectors_real_[at] = vectors(i, k).real();
       vectors_imag_[at] = vectors(i, k).imag();
     }

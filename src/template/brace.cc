@@ -4,12 +4,12 @@
 #include <functional>
 #include <string>
 
+#include "quorvix/value_format.h"
 #include "template/engine.h"
 #include "template/engine_types.h"
 #include "template/expression_cache.h"
 #include "template/statement_table.h"
 #include "template/text_scan.h"
-#include "quorvix/value_format.h"
 #include "util/output_stream.h"
 
 namespace quorvix {
@@ -107,7 +107,6 @@ int Engine::fill_brace_expr() {
   return 0;
 }
 
-
 symtab* Engine::EvaluateText(char** pos) {
   char* start = *pos;
   const bool escapes = parser_->AllowEscapeCharactersInStrings();
@@ -194,7 +193,6 @@ bool Engine::expr_to_string(std::string& text) {
   }
   return true;
 }
-
 
 std::string Engine::BalanceText(char** pos, bool within_line) {
   const char* p = *pos;

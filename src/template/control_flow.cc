@@ -189,8 +189,7 @@ int Engine::st_foreach() {
   const bool on = IsFalse() == 0;
   if (!Expect('(')) return SyntaxError("'(' expected in FOREACH statement");
   SkipBlanks();
-  if (!IsAlpha(*read_pos_))
-    return SyntaxError("illegal variable name in FOREACH statement");
+  if (!IsAlpha(*read_pos_)) return SyntaxError("illegal variable name in FOREACH statement");
   const char* name_start = read_pos_;
   while (IsWordChar(*read_pos_)) ++read_pos_;
   std::string name(name_start, static_cast<std::size_t>(read_pos_ - name_start));
@@ -288,8 +287,7 @@ int Engine::st_function() {
     return fill_brace_expr();
   }
   SkipBlanks();
-  if (!IsAlpha(*read_pos_))
-    return SyntaxError("bad function name in FUNCTION statement");
+  if (!IsAlpha(*read_pos_)) return SyntaxError("bad function name in FUNCTION statement");
   while (IsWordChar(*read_pos_)) ++read_pos_;
   if (!Expect('(')) return SyntaxError("'(' expected in FUNCTION statement");
   // The parameter list: names separated by commas up to the ')'.

@@ -152,13 +152,12 @@ int Engine::FillTo(OutputSink& sink, const char* text, const char* path, char** 
   char* own_errors = nullptr;
   char** errs = errors != nullptr ? errors : &own_errors;
   osinkstream_fast out(sink);
-  if (!(path != nullptr ? FillFileInto(out, path, errs) : FillTextInto(out, text, errs)))
-    return -1;
+  if (!(path != nullptr ? FillFileInto(out, path, errs) : FillTextInto(out, text, errs))) return -1;
   if (!out.finish()) {
     // The output is lost from here on; the error text says so.
     std::string text = *errs != nullptr ? *errs : "";
     text += "output write failed\r\n";
-    delete[] *errs;
+    delete[] * errs;
     *errs = CopyText(text).release();
   }
   const int status = *errs != nullptr ? 1 : 0;

@@ -20,10 +20,10 @@ namespace {
 // Characters that end a run of plain text: everything else is copied as it
 // stands, in one write per run.
 struct StopTable {
-  std::array<bool, 256> plain{};     // execution on, safe quotes off
-  std::array<bool, 256> quoted{};    // execution on, safe quotes on
-  std::array<bool, 256> skipped{};   // execution off, safe quotes off
-  std::array<bool, 256> skipped_q{}; // execution off, safe quotes on
+  std::array<bool, 256> plain{};      // execution on, safe quotes off
+  std::array<bool, 256> quoted{};     // execution on, safe quotes on
+  std::array<bool, 256> skipped{};    // execution off, safe quotes off
+  std::array<bool, 256> skipped_q{};  // execution off, safe quotes on
   StopTable() {
     for (unsigned char c : {'\0', '\n', '\r', ' ', '{'}) plain[c] = quoted[c] = true;
     quoted['"'] = true;

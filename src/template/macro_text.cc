@@ -15,7 +15,6 @@ int HexValue(char c) {
   return -1;
 }
 
-
 }  // namespace
 
 std::string str8to7(const std::string& text) {

@@ -51,12 +51,9 @@ std::string FindInclude(const Policy& policy, const std::string& name) {
 
 std::span<const StatementRow> MacroAndIncludeStatements() {
   static const StatementRow kRows[] = {
-      {"define", &Engine::st_define},
-      {"undef", &Engine::st_undef},
-      {"ifdef", &Engine::st_ifdef},
-      {"ifndef", &Engine::st_ifdef},
-      {"include", &Engine::st_include},
-      {"readfill", &Engine::st_readfill},
+      {"define", &Engine::st_define},   {"undef", &Engine::st_undef},
+      {"ifdef", &Engine::st_ifdef},     {"ifndef", &Engine::st_ifdef},
+      {"include", &Engine::st_include}, {"readfill", &Engine::st_readfill},
       {"path", &Engine::st_path},
   };
   return kRows;
@@ -120,7 +117,8 @@ int Engine::st_define() {
   if (end == nullptr) return SyntaxError("{enddefine} not found in file");
   const char* body_end = end;
   while (body_end > read_pos_ && (body_end[-1] == ' ' || body_end[-1] == '\t')) --body_end;
-  macro->body = prevent_brace(std::string(read_pos_, static_cast<std::size_t>(body_end - read_pos_)));
+  macro->body =
+      prevent_brace(std::string(read_pos_, static_cast<std::size_t>(body_end - read_pos_)));
   macros_[key] = std::move(macro);
   read_pos_ = end + std::strlen("enddefine");
   SkipBlanks();

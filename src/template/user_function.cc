@@ -192,8 +192,8 @@ void UserFunction::p_ParseDeclaration() {
   std::size_t start = 0;
   while (true) {
     std::size_t comma = inside.find(',', start);
-    names.push_back(Trim(inside.substr(start, comma == std::string::npos ? std::string::npos
-                                                                          : comma - start)));
+    names.push_back(
+        Trim(inside.substr(start, comma == std::string::npos ? std::string::npos : comma - start)));
     if (comma == std::string::npos) break;
     start = comma + 1;
   }

@@ -130,7 +130,9 @@ bool FastFormat(double value, const char* format, std::string& out) {
       if (!(value > -1e15 && value < 1e15)) return false;  // long or special texts: printf
       r = std::to_chars(buf, buf + sizeof buf, value, std::chars_format::fixed, 6);
       break;
-    case 'e': r = std::to_chars(buf, buf + sizeof buf, value, std::chars_format::scientific, 6); break;
+    case 'e':
+      r = std::to_chars(buf, buf + sizeof buf, value, std::chars_format::scientific, 6);
+      break;
     case 'd':
       if (!(value > -2147483648.0 && value < 2147483648.0)) return false;
       r = std::to_chars(buf, buf + sizeof buf, static_cast<int>(value));
@@ -150,10 +152,19 @@ bool FastFormat(double value, const char* format, std::string& out) {
 bool FormatDouble(double value, const char* format, char letter, std::string& out) {
   if (format[0] == '%' && format[1] == letter && FastFormat(value, format, out)) return true;
   switch (letter) {
-    case 'e': case 'f': case 'g': case 'E': case 'F': case 'G':
+    case 'e':
+    case 'f':
+    case 'g':
+    case 'E':
+    case 'F':
+    case 'G':
       Print(out, format, value);
       return true;
-    case 'd': case 'i': case 'o': case 'x': case 'X': {
+    case 'd':
+    case 'i':
+    case 'o':
+    case 'x':
+    case 'X': {
       // The format's conversion takes an int; widen it to long long.
       std::string wide(format);
       std::size_t at = wide.find_last_of("diouxX");

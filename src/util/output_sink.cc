@@ -14,7 +14,8 @@ bool FileSink::Write(const char* data, std::size_t n) {
     if (*p != '\n' && std::fputc('\r', file_) == EOF) return false;
   }
   while (p < end) {
-    const char* cr = static_cast<const char*>(std::memchr(p, '\r', static_cast<std::size_t>(end - p)));
+    const char* cr =
+        static_cast<const char*>(std::memchr(p, '\r', static_cast<std::size_t>(end - p)));
     const char* stop = cr != nullptr ? cr : end;
     if (stop > p && std::fwrite(p, 1, static_cast<std::size_t>(stop - p), file_) !=
                         static_cast<std::size_t>(stop - p))

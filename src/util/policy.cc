@@ -88,7 +88,8 @@ std::FILE* Policy::OpenFile(const std::string& path, FileMode mode, std::string*
   if (restricted) {
     std::string resolved = Resolve(path);
     bool allowed = false;
-    for (const std::string& dir : read_dirs) allowed = allowed || (!resolved.empty() && Inside(resolved, dir));
+    for (const std::string& dir : read_dirs)
+      allowed = allowed || (!resolved.empty() && Inside(resolved, dir));
     if (!allowed) {
       if (why) *why = NotAllowed("reading " + path);
       return nullptr;
@@ -130,7 +131,8 @@ bool Policy::ReadFile(const std::string& path, std::string& text, std::string* w
 
 pid_t Policy::StartProcess(const ProcessSpec& spec, std::string* why) const {
   if (restricted) {
-    if (why) *why = NotAllowed(spec.argv.empty() ? std::string("starting a process") : spec.argv[0]);
+    if (why)
+      *why = NotAllowed(spec.argv.empty() ? std::string("starting a process") : spec.argv[0]);
     return -1;
   }
   return launcher ? launcher(spec, why) : SpawnDirect(spec, why);

@@ -4,8 +4,8 @@
 #include <new>
 #include <utility>
 
-#include "values/value_limits.h"
 #include "util/limit_error.h"
+#include "values/value_limits.h"
 
 namespace {
 
@@ -148,10 +148,14 @@ void symtab::ReleasePayload() {
 
 int symtab::NumElements() const {
   switch (type) {
-    case SYM_SCALAR: return 1;
-    case SYM_ARRAY: return rows * cols;
-    case SYM_STRINGS: return num_strings;
-    default: return 0;
+    case SYM_SCALAR:
+      return 1;
+    case SYM_ARRAY:
+      return rows * cols;
+    case SYM_STRINGS:
+      return num_strings;
+    default:
+      return 0;
   }
 }
 
@@ -159,10 +163,17 @@ symtab* symtab::Element(int i) const {
   if (i < 0 || i >= NumElements()) return nullptr;
   auto* e = new symtab;
   switch (type) {
-    case SYM_SCALAR: e->SetScalar(value); break;
-    case SYM_ARRAY: e->SetScalar(data[i]); break;
-    case SYM_STRINGS: e->SetString(str_list[i]); break;
-    default: break;
+    case SYM_SCALAR:
+      e->SetScalar(value);
+      break;
+    case SYM_ARRAY:
+      e->SetScalar(data[i]);
+      break;
+    case SYM_STRINGS:
+      e->SetString(str_list[i]);
+      break;
+    default:
+      break;
   }
   return e;
 }
@@ -170,16 +181,10 @@ symtab* symtab::Element(int i) const {
 short symtab::IsScalar() const {
   return type == SYM_SCALAR || (type == SYM_ARRAY && rows * cols == 1);
 }
-short symtab::IsVector() const {
-  return type == SYM_ARRAY && (rows == 1 || cols == 1);
-}
+short symtab::IsVector() const { return type == SYM_ARRAY && (rows == 1 || cols == 1); }
 short symtab::IsRowVector() const { return type == SYM_ARRAY && rows == 1; }
-short symtab::IsMatrix() const {
-  return type == SYM_ARRAY && rows > 1 && cols > 1;
-}
-short symtab::IsString() const {
-  return type == SYM_STRINGS && num_strings == 1;
-}
+short symtab::IsMatrix() const { return type == SYM_ARRAY && rows > 1 && cols > 1; }
+short symtab::IsString() const { return type == SYM_STRINGS && num_strings == 1; }
 short symtab::IsStringList() const { return type == SYM_STRINGS; }
 
 void symtab::SetScalar(double v) {

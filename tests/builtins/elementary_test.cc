@@ -95,7 +95,11 @@ TEST_F(ElementaryTest, WrongCountReportsAndLeavesTheListOwningEverything) {
 // swaps y into the list when only x is a vector.
 TEST_F(ElementaryTest, ResultAndWhatTheListKeeps) {
   struct Case {
-    const char* name; std::vector<symtab*> args; int out; std::vector<int> kept; const char* error;
+    const char* name;
+    std::vector<symtab*> args;
+    int out;
+    std::vector<int> kept;
+    const char* error;
   };
   const Case cases[] = {
       {"sqrt", {Scalar(4, "x")}, 0, {-1}, ""},
@@ -129,14 +133,26 @@ TEST_F(ElementaryTest, EmptyArrayComesBackUnchanged) {
 // up to the bad element.
 TEST_F(ElementaryTest, DomainViolationResult) {
   // cols 0: a scalar holding in[0]; kept empty: null is returned.
-  struct Case { const char* name; int cols; std::vector<double> in, kept; };
+  struct Case {
+    const char* name;
+    int cols;
+    std::vector<double> in, kept;
+  };
   const Case cases[] = {
-      {"acos", 0, {1.0000001}, {}}, {"acos", 0, {-1.0000001}, {}}, {"acos", 0, {kNaN}, {}},
-      {"asin", 0, {1.0000001}, {}}, {"asin", 0, {-1.0000001}, {}}, {"asin", 0, {kNaN}, {}},
-      {"sqrt", 0, {-1}, {}},        {"log", 0, {0}, {}},           {"ln", 0, {-2}, {}},
-      {"log10", 0, {0}, {}},        {"acos", 3, {0.5, 1.0, 2.0}, {}},
+      {"acos", 0, {1.0000001}, {}},
+      {"acos", 0, {-1.0000001}, {}},
+      {"acos", 0, {kNaN}, {}},
+      {"asin", 0, {1.0000001}, {}},
+      {"asin", 0, {-1.0000001}, {}},
+      {"asin", 0, {kNaN}, {}},
+      {"sqrt", 0, {-1}, {}},
+      {"log", 0, {0}, {}},
+      {"ln", 0, {-2}, {}},
+      {"log10", 0, {0}, {}},
+      {"acos", 3, {0.5, 1.0, 2.0}, {}},
       {"sqrt", 4, {4, 9, -1, 16}, {2, 3, -1, 16}},
-      {"log", 3, {1, 0, 10}, {0, 0, 10}}, {"ln", 3, {1, 0, 10}, {0, 0, 10}},
+      {"log", 3, {1, 0, 10}, {0, 0, 10}},
+      {"ln", 3, {1, 0, 10}, {0, 0, 10}},
       {"log10", 3, {1, 0, 10}, {0, 0, 10}},
   };
   for (const Case& c : cases) {

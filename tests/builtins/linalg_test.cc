@@ -60,7 +60,11 @@ class LinalgTest : public ::testing::Test {
 
 TEST_F(LinalgTest, SingularOrNonFiniteMatrixIsFreedAndNull) {
   const double nan = std::numeric_limits<double>::quiet_NaN();
-  struct Case { const char* name; std::vector<double> m; const char* message; };
+  struct Case {
+    const char* name;
+    std::vector<double> m;
+    const char* message;
+  };
   const Case cases[] = {{"inverse", {1, 2, 2, 4}, "Matrix is singular"},
                         {"eigvalreal", {1, nan, 0, 1}, "Eigensolver failed."},
                         {"eigvalimag", {1, nan, 0, 1}, "Eigensolver failed."},

@@ -19,7 +19,8 @@ std::string Shown(const std::vector<std::string>& args) {
 
 std::string FirstLine(const std::string& text) { return text.substr(0, text.find('\n')); }
 
-constexpr const char* kEvalUsage = "usage: quorvix eval [-D NAME=EXPR]... [--time-limit SECONDS] EXPR...\n";
+constexpr const char* kEvalUsage =
+    "usage: quorvix eval [-D NAME=EXPR]... [--time-limit SECONDS] EXPR...\n";
 
 TEST(CliTest, EvalValuesAndErrors) {
   // A null `out`, `err` or `err_first` (the first line of errors) is not checked.

@@ -21,11 +21,11 @@ struct HostileTemplate {
   // fills `file` with FillFile instead.
   const char* text;
   const char* output;
-  const char* errors;  // "{dir}" stands for the temporary directory
-  long long work = 0;  // the work budget of the fill; 0: the default
-  double seconds = 0;  // the time limit; 0: none
+  const char* errors;         // "{dir}" stands for the temporary directory
+  long long work = 0;         // the work budget of the fill; 0: the default
+  double seconds = 0;         // the time limit; 0: none
   std::size_t expansion = 0;  // the macro expansion limit; 0: the default
-  bool errors_part = false;  // `errors` need only stand somewhere in the text
+  bool errors_part = false;   // `errors` need only stand somewhere in the text
   // Written into the temporary directory first, or made a FIFO when
   // `file_text` is empty.
   const char* file = nullptr;
@@ -124,7 +124,12 @@ const HostileTemplate kCases[] = {
      .seconds = 0.2},
     // Each macro doubles its argument on the way to the next.
     {.name = "doubling_macros",
-     .text = "{define a(x)}{x}{enddefine}{define b(x)}{a(x x)}{enddefine}{define c(x)}{b(x x)}{enddefine}{define d(x)}{c(x x)}{enddefine}{define e(x)}{d(x x)}{enddefine}{define f(x)}{e(x x)}{enddefine}{define g(x)}{f(x x)}{enddefine}{define h(x)}{g(x x)}{enddefine}{define i(x)}{h(x x)}{enddefine}{define j(x)}{i(x x)}{enddefine}{define k(x)}{j(x x)}{enddefine}{define l(x)}{k(x x)}{enddefine}{l(ab)}",
+     .text =
+         "{define a(x)}{x}{enddefine}{define b(x)}{a(x x)}{enddefine}{define c(x)}{b(x "
+         "x)}{enddefine}{define d(x)}{c(x x)}{enddefine}{define e(x)}{d(x x)}{enddefine}{define "
+         "f(x)}{e(x x)}{enddefine}{define g(x)}{f(x x)}{enddefine}{define h(x)}{g(x "
+         "x)}{enddefine}{define i(x)}{h(x x)}{enddefine}{define j(x)}{i(x x)}{enddefine}{define "
+         "k(x)}{j(x x)}{enddefine}{define l(x)}{k(x x)}{enddefine}{l(ab)}",
      .output = "{error}",
      .errors = "macro expansion too large (limit 1000 bytes)\r\n",
      .expansion = 1000,

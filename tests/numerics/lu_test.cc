@@ -49,12 +49,15 @@ TEST(Ludcmp, FactorsReproduceThePermutedMatrix) {
 }
 
 TEST(Ludcmp, ParityAndPivotFollowTheInterchanges) {
-  struct Case { Matrix a; double d; std::vector<int> indx; };
+  struct Case {
+    Matrix a;
+    double d;
+    std::vector<int> indx;
+  };
   // In the last, row 0 has the larger first element, but relative to its own
   // largest element row 1 is the stronger pivot.
-  const Case cases[] = {{{1, 0, 0, 1}, 1.0, {0, 1}},
-                        {{0, 1, 1, 0}, -1.0, {1, 1}},
-                        {{2, 1000, 1, 1}, -1.0, {1, 1}}};
+  const Case cases[] = {
+      {{1, 0, 0, 1}, 1.0, {0, 1}}, {{0, 1, 1, 0}, -1.0, {1, 1}}, {{2, 1000, 1, 1}, -1.0, {1, 1}}};
   for (const Case& c : cases) {
     Factors f = Factor(c.a, 2);
     ASSERT_EQ(f.status, 0);
@@ -81,8 +84,8 @@ TEST(Ludcmp, EmptyMatrixFactorsTriviallyAndInvalidArgumentsAreSingular) {
 }
 
 TEST(Mtxinverse, ProductWithTheOriginalIsTheIdentityUnlessSingular) {
-  for (const auto& [n, a] : {std::pair<int, Matrix>{3, {4, 7, 2, 3, 6, 1, 2, 5, 3}},
-                             {2, {0, 1, 1, 0}}}) {
+  for (const auto& [n, a] :
+       {std::pair<int, Matrix>{3, {4, 7, 2, 3, 6, 1, 2, 5, 3}}, {2, {0, 1, 1, 0}}}) {
     Matrix work = a, product(n * n, 0.0), identity(n * n, 0.0);
     double* inv = mtxinverse(work.data(), n);
     ASSERT_NE(inv, nullptr);

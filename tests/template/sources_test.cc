@@ -52,7 +52,8 @@ TEST_F(SourcesTest, PathAddsADirectoryOnce) {
   std::vector<std::string>& path = FillerBase::IncludePath();
   const std::size_t before = path.size();
   const std::string dir = (dir_ / "sub").string();
-  EXPECT_EQ(Fill("{for (i = 0; i < 3; i = i + 1)}{path \"" + dir + "\"}{endloop}"
+  EXPECT_EQ(Fill("{for (i = 0; i < 3; i = i + 1)}{path \"" + dir +
+                 "\"}{endloop}"
                  "{include \"found.txt\"}")
                 .output,
             "found");

@@ -23,8 +23,9 @@ TEST(RunBudgetTest, NestedScopesSpendFromTheOutermostBudget) {
     EXPECT_TRUE(RunBudget::Spend(&why));
     EXPECT_FALSE(RunBudget::Spend(&why));
   }
-  EXPECT_EQ(why, "work exceeds the limit (3 loop passes, includes, macro expansions and "
-                 "function calls)");
+  EXPECT_EQ(why,
+            "work exceeds the limit (3 loop passes, includes, macro expansions and "
+            "function calls)");
   EXPECT_EQ(RunBudget::Spent(), 4);
 }
 

@@ -17,7 +17,8 @@ void CaptureError(const char* message) { g_message = message ? message : ""; }
 
 // The message, then the expression with a caret under the failing position.
 void ReportFailure(const MathParser& parser, const std::string& expr) {
-  std::fprintf(stderr, "quorvix: %s\n", g_message.empty() ? "evaluation failed" : g_message.c_str());
+  std::fprintf(stderr, "quorvix: %s\n",
+               g_message.empty() ? "evaluation failed" : g_message.c_str());
   std::fprintf(stderr, "  %s\n", expr.c_str());
   int pos = parser.ErrorPosition();
   if (pos < 0 || static_cast<std::size_t>(pos) > expr.size()) pos = 0;

@@ -147,7 +147,8 @@ int RunFill(const Args& args) {
     char* errors = nullptr;
     int status = 0;
     if (file == "-") {
-      std::string input((std::istreambuf_iterator<char>(std::cin)), std::istreambuf_iterator<char>());
+      std::string input((std::istreambuf_iterator<char>(std::cin)),
+                        std::istreambuf_iterator<char>());
       status = filler.FillTo(input.c_str(), sink, &errors);
     } else {
       status = filler.FillFileTo(file.c_str(), sink, &errors);

@@ -71,14 +71,14 @@ class SymtabAdaptor {
   virtual funtab* functionIndex(const char* name) = 0;
   virtual void setEmpty(symtab& v) = 0;
   // Calls a function with `count` evaluated arguments, which it consumes.
-  virtual void callFunction(const std::string& name, FunctionCache& cache, symtab* args,
-                            int count, symtab& out, int pos) = 0;
+  virtual void callFunction(const std::string& name, FunctionCache& cache, symtab* args, int count,
+                            symtab& out, int pos) = 0;
   virtual void readVariable(const std::string& name, VariableCache& cache, symtab& out,
                             int pos) = 0;
   // Stores value into the variable, or into the element named by the
   // subscript values (each a scalar index or a numeric index array).
-  virtual void assign(const std::string& name, std::vector<symtab>& subscripts,
-                      const symtab& value, int pos) = 0;
+  virtual void assign(const std::string& name, std::vector<symtab>& subscripts, const symtab& value,
+                      int pos) = 0;
   virtual bool allowEscapes() = 0;
   // Stores a whole variable, looked up through the node's memo.
   virtual void assignVariable(const std::string& name, VariableCache& cache, const symtab& value,

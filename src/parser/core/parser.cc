@@ -27,7 +27,9 @@ void Parser::addOperator(std::unique_ptr<Operator> op, int operands) {
   flat_valid_ = false;
 }
 
-void Parser::addReference(std::unique_ptr<Reference> rule) { references_.push_back(std::move(rule)); }
+void Parser::addReference(std::unique_ptr<Reference> rule) {
+  references_.push_back(std::move(rule));
+}
 void Parser::addLiteral(std::unique_ptr<Literal> rule) { literals_.push_back(std::move(rule)); }
 void Parser::addGrouping(std::unique_ptr<GroupingOperator> rule) {
   groupings_.push_back(std::move(rule));

@@ -49,7 +49,7 @@ class Parser {
   void flattenOperators();
 
   std::vector<std::unique_ptr<PrecedenceLevel>> levels_;
-  std::map<int, std::vector<std::unique_ptr<Operator>>> unary_;    // by level rank
+  std::map<int, std::vector<std::unique_ptr<Operator>>> unary_;  // by level rank
   std::map<int, std::vector<std::unique_ptr<Operator>>> binary_;
   std::map<int, std::vector<std::unique_ptr<Operator>>> trinary_;
   std::vector<std::unique_ptr<Reference>> references_;

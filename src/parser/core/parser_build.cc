@@ -180,7 +180,7 @@ class Parser::Builder {
   }
 
   __attribute__((noinline)) Built make(Item& item, std::vector<NodePtr>& operands,
-                                      int child_depth) {
+                                       int child_depth) {
     // An n-ary node that absorbed its left operand (a comma list) does not
     // grow deeper.
     Node* first = operands.empty() ? nullptr : operands[0].get();

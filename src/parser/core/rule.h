@@ -19,8 +19,8 @@ enum class RuleClass { kRule, kLiteral, kReference, kOperator, kGroupingOperator
 
 // What a matched item is to the tree builder.
 enum class ItemRole {
-  kOperand,        // literal or variable
-  kFunctionName,   // a function name; a call's parameter list follows
+  kOperand,       // literal or variable
+  kFunctionName,  // a function name; a call's parameter list follows
   kPrefix,
   kPostfix,
   kBinary,
@@ -36,7 +36,7 @@ struct Item {
   int end = 0;       // just behind the matched text
   std::string text;  // the matched text (a literal's value for strings)
   ItemRole role = ItemRole::kOperand;
-  int partner = -1;  // opener <-> closer, trinary first <-> second
+  int partner = -1;       // opener <-> closer, trinary first <-> second
   std::string name;       // a call's parameter list: the function name
   int name_position = 0;  // ... and where that name begins
 };

@@ -5,10 +5,10 @@
 #include <cctype>
 #include <cstdlib>
 
-#include "values/value_limits.h"
 #include "parser/core/error.h"
 #include "parser/math/assignment_nodes.h"
 #include "parser/math/value_nodes.h"
+#include "values/value_limits.h"
 
 namespace MathParser_NS {
 

@@ -8,34 +8,34 @@ using ParserCore_NS::Error;
 
 const BinaryTraits kAddition{NodeClass::kAddition, &SymtabAdaptor::add, "+", kPrintAddSub, false};
 const BinaryTraits kSubtraction{NodeClass::kSubtraction, &SymtabAdaptor::subtract, "-",
-                              kPrintAddSub, false};
+                                kPrintAddSub, false};
 const BinaryTraits kMultiplication{NodeClass::kMultiplication, &SymtabAdaptor::multiply, "*",
-                                 kPrintMulDiv, false};
+                                   kPrintMulDiv, false};
 const BinaryTraits kDivision{NodeClass::kDivision, &SymtabAdaptor::divide, "/", kPrintMulDiv,
-                           false};
+                             false};
 const BinaryTraits kModulus{NodeClass::kModulus, &SymtabAdaptor::modulus, "%", kPrintMulDiv, false};
 const BinaryTraits kExponential{NodeClass::kExponential, &SymtabAdaptor::power, "^", kPrintPower,
-                              true};
+                                true};
 const BinaryTraits kDot{NodeClass::kDot, &SymtabAdaptor::dot, " dot ", kPrintDotCross, false};
 const BinaryTraits kCross{NodeClass::kCross, &SymtabAdaptor::cross, " cross ", kPrintDotCross,
-                        false};
+                          false};
 
 const CompareTraits kEqual{NodeClass::kEqual, quorvix::ops::kEqual, "==", kPrintEqual};
 const CompareTraits kNotEqual{NodeClass::kNotEqual, quorvix::ops::kLess | quorvix::ops::kGreater,
-                            "!=", kPrintEqual};
+                              "!=", kPrintEqual};
 const CompareTraits kLessThan{NodeClass::kLessThan, quorvix::ops::kLess, "<", kPrintCompare};
 const CompareTraits kGreaterThan{NodeClass::kGreaterThan, quorvix::ops::kGreater, ">",
-                               kPrintCompare};
-const CompareTraits kLessThanEqualTo{NodeClass::kLessThanEqualTo,
-                                   quorvix::ops::kLess | quorvix::ops::kEqual, "<=", kPrintCompare};
+                                 kPrintCompare};
+const CompareTraits kLessThanEqualTo{
+    NodeClass::kLessThanEqualTo, quorvix::ops::kLess | quorvix::ops::kEqual, "<=", kPrintCompare};
 const CompareTraits kGreaterThanEqualTo{NodeClass::kGreaterThanEqualTo,
-                                      quorvix::ops::kGreater | quorvix::ops::kEqual, ">=",
-                                      kPrintCompare};
+                                        quorvix::ops::kGreater | quorvix::ops::kEqual,
+                                        ">=", kPrintCompare};
 
 const UnaryTraits kUnaryMinus{NodeClass::kUnaryMinus, &SymtabAdaptor::negate, "-", false};
 const UnaryTraits kUnaryBang{NodeClass::kUnaryBang, &SymtabAdaptor::logicalNot, "!", false};
 const UnaryTraits kUnaryRightTranspose{NodeClass::kUnaryRightTranspose, &SymtabAdaptor::transpose,
-                                     "'", true};
+                                       "'", true};
 
 template <bool IsAnd>
 void LogicalNode<IsAnd>::evaluateNode(symtab& result) {
@@ -131,20 +131,25 @@ __attribute__((noinline)) NodePtr PowerRule(const Node& at, const Node& u, const
 NodePtr DeriveArithmetic(const BinaryTraits& traits, const Node& self, const Node& u, const Node& v,
                          const std::string& var) {
   switch (traits.cls) {
-    case NodeClass::kAddition: return SumRule<AdditionNode>(self, u, v, var);
-    case NodeClass::kSubtraction: return SumRule<SubtractionNode>(self, u, v, var);
-    case NodeClass::kMultiplication: return ProductRule(self, u, v, var);
-    case NodeClass::kDivision: return QuotientRule(self, u, v, var);
-    case NodeClass::kExponential: return PowerRule(self, u, v, var);
-    default: throw Error("Illegal differentiation", self.position());
+    case NodeClass::kAddition:
+      return SumRule<AdditionNode>(self, u, v, var);
+    case NodeClass::kSubtraction:
+      return SumRule<SubtractionNode>(self, u, v, var);
+    case NodeClass::kMultiplication:
+      return ProductRule(self, u, v, var);
+    case NodeClass::kDivision:
+      return QuotientRule(self, u, v, var);
+    case NodeClass::kExponential:
+      return PowerRule(self, u, v, var);
+    default:
+      throw Error("Illegal differentiation", self.position());
   }
 }
 
 NodePtr DeriveUnary(const UnaryTraits& traits, const Node& self, const Node& operand,
                     const std::string& var) {
   if (traits.cls != NodeClass::kUnaryMinus) throw Error("Illegal differentiation", self.position());
-  return std::make_unique<UnaryMinusNode>(self.adaptor(), self.position(),
-                                          operand.derivative(var));
+  return std::make_unique<UnaryMinusNode>(self.adaptor(), self.position(), operand.derivative(var));
 }
 
 namespace {
@@ -163,13 +168,17 @@ NodePtr SimplifyArithmetic(const BinaryTraits& traits, Node& self, NodePtr& left
   if (ln && rn) {
     double a = NumberOf(*left), b = NumberOf(*right);
     switch (traits.cls) {
-      case NodeClass::kAddition: return Number(self, a + b);
-      case NodeClass::kSubtraction: return Number(self, a - b);
-      case NodeClass::kMultiplication: return Number(self, a * b);
+      case NodeClass::kAddition:
+        return Number(self, a + b);
+      case NodeClass::kSubtraction:
+        return Number(self, a - b);
+      case NodeClass::kMultiplication:
+        return Number(self, a * b);
       case NodeClass::kDivision:
         if (b != 0.0) return Number(self, a / b);
         return nullptr;
-      default: return nullptr;
+      default:
+        return nullptr;
     }
   }
   switch (traits.cls) {

@@ -68,16 +68,29 @@ class ArithmeticNode : public BinaryOperatorNode {
     double l, r;
     if (!left_->evaluateScalar(l) || !right_->evaluateScalar(r)) return false;
     switch (S.cls) {
-      case NodeClass::kAddition: out = l + r; return true;
-      case NodeClass::kSubtraction: out = l - r; return true;
-      case NodeClass::kMultiplication: out = l * r; return true;
-      case NodeClass::kDivision: if (r == 0.0) return false; out = l / r; return true;
+      case NodeClass::kAddition:
+        out = l + r;
+        return true;
+      case NodeClass::kSubtraction:
+        out = l - r;
+        return true;
+      case NodeClass::kMultiplication:
+        out = l * r;
+        return true;
+      case NodeClass::kDivision:
+        if (r == 0.0) return false;
+        out = l / r;
+        return true;
       case NodeClass::kExponential:
-        if (r == 2.0) { out = l * l; return true; }
+        if (r == 2.0) {
+          out = l * l;
+          return true;
+        }
         if ((l < 0.0 && std::fabs(r) < 1.0 && r != 0.0) || (l == 0.0 && r < 0.0)) return false;
         out = std::pow(l, r);
         return true;
-      default: return false;
+      default:
+        return false;
     }
   }
   NodePtr derivativeNode(const std::string& variable) const override;
@@ -163,8 +176,10 @@ class ComparisonNode : public BinaryOperatorNode {
   bool evaluateScalarNode(double& out) override {
     double l, r;
     if (!left_->evaluateScalar(l) || !right_->evaluateScalar(r)) return false;
-    const unsigned rel = l < r ? quorvix::ops::kLess : l > r ? quorvix::ops::kGreater
-                       : l == r ? quorvix::ops::kEqual : 0u;
+    const unsigned rel = l < r    ? quorvix::ops::kLess
+                         : l > r  ? quorvix::ops::kGreater
+                         : l == r ? quorvix::ops::kEqual
+                                  : 0u;
     // NaN stands in no relation, so only "!=" holds for it.
     out = rel == 0u ? (S.relation == (quorvix::ops::kLess | quorvix::ops::kGreater) ? 1.0 : 0.0)
                     : ((S.relation & rel) != 0 ? 1.0 : 0.0);

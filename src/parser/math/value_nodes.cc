@@ -129,7 +129,8 @@ void SquareBracesNode::evaluateNode(symtab& result) {
   int pending_pos = position_;
   for (const SquareBracesNode* link : links) {
     const Node& sub_node = *link->right_;
-    if (sub_node.classType() == NodeClass::kList) throw Error("Non-scalar subscript", link->position_);
+    if (sub_node.classType() == NodeClass::kList)
+      throw Error("Non-scalar subscript", link->position_);
     symtab sub;
     link->right_->evaluate(sub);
     if (adaptor_.isScalar(sub)) {
@@ -244,8 +245,7 @@ NodePtr Bin(const Node& at, NodePtr l, NodePtr r) {
 NodePtr Fn(const Node& at, const char* name, NodePtr arg) {
   std::vector<NodePtr> args;
   args.push_back(std::move(arg));
-  return std::make_unique<SymbolicFunctionNode>(at.adaptor(), at.position(), name,
-                                                std::move(args));
+  return std::make_unique<SymbolicFunctionNode>(at.adaptor(), at.position(), name, std::move(args));
 }
 
 }  // namespace
@@ -265,13 +265,12 @@ NodePtr SymbolicFunctionNode::derivativeNode(const std::string& variable) const 
   if (is("sin")) return Bin<MultiplicationNode>(*this, Fn(*this, "cos", u.clone()), std::move(du));
   if (is("cos"))
     return Bin<MultiplicationNode>(
-        *this,
-        std::make_unique<UnaryMinusNode>(adaptor_, position_, Fn(*this, "sin", u.clone())),
+        *this, std::make_unique<UnaryMinusNode>(adaptor_, position_, Fn(*this, "sin", u.clone())),
         std::move(du));
   if (is("sqrt"))
-    return Bin<DivisionNode>(*this, std::move(du),
-                             Bin<MultiplicationNode>(*this, Num(*this, 2.0),
-                                                     Fn(*this, "sqrt", u.clone())));
+    return Bin<DivisionNode>(
+        *this, std::move(du),
+        Bin<MultiplicationNode>(*this, Num(*this, 2.0), Fn(*this, "sqrt", u.clone())));
   throw ParserCore_NS::Error("Undefined derivative", position_);
 }
 
@@ -280,7 +279,7 @@ NodePtr SymbolicFunctionNode::simplifyNode() {
     if (NodePtr s = a->simplify()) a = std::move(s);
   if (strcasecmp(name_.c_str(), "pow") == 0 && args_.size() == 2) {
     NodePtr power = MathParser_NS::ExponentialNode::make(adaptor_, position_, std::move(args_[0]),
-                                                          std::move(args_[1]));
+                                                         std::move(args_[1]));
     if (NodePtr s = power->simplify()) return s;
     return power;
   }

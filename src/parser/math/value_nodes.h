@@ -21,7 +21,10 @@ class DoubleValueNode : public Node {
       : Node(adaptor, position), value_(value), text_(std::move(text)) {}
   NodeClass classType() const override { return NodeClass::kDoubleValue; }
   void evaluateNode(symtab& result) override { result.SetScalar(value_); }
-  bool evaluateScalarNode(double& out) override { out = value_; return true; }
+  bool evaluateScalarNode(double& out) override {
+    out = value_;
+    return true;
+  }
   NodePtr derivativeNode(const std::string& variable) const override;
   NodePtr cloneNode() const override;
   bool isZero() const override { return value_ == 0.0; }
