@@ -156,6 +156,9 @@ TEST_F(FillCliTest, StandardInputOptionsAndErrors) {
        "The file \"only_in_incdir.txt\" is not in the include path\r\n"},
       {{"-o", out}, "x{3}\n", 0, "", ""},
       {{"-o", bad}, "x", 2, "", "quorvix fill: cannot write '" + bad + "'\n"},
+      {{"--time-limit", "0.1"}, "{while (1)}{endloop}", 1, "{error}",
+       "}{endloop}\r\n         ^\r\ntime limit exceeded (0.1 s)\r\n"},
+      {{"--time-limit", "-1"}, "", 2, "", "quorvix fill: bad time limit '-1' (expected seconds >= 0)\n"},
       // clang-format on
   };
   for (const auto& c : cases) {
@@ -173,6 +176,19 @@ TEST_F(FillCliTest, StandardInputOptionsAndErrors) {
   EXPECT_EQ(Fill({"--output", out}, "y").status, 0);
   EXPECT_EQ(qt::ReadFile(out), "y");
 }
+
+#if !defined(QUORVIX_SANITIZE) && !defined(__SANITIZE_ADDRESS__)
+// The output goes out as the fill makes it: 400 MB pass through a process
+// whose address space is capped far below that.
+TEST_F(FillCliTest, OutputIsStreamedInFlatMemory) {
+  const std::string tpl = Write(
+      "big.qvx", "{for (i = 0; i < 400000; i = i + 1)}" + std::string(1000, 'x') + "{endloop}");
+  const std::string command = "ulimit -v 160000 && exec '" + std::string(QUORVIX_CLI_PATH) +
+                              "' fill -o /dev/null '" + tpl + "'";
+  const int status = std::system(command.c_str());
+  EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << status;
+}
+#endif
 
 TEST_F(FillCliTest, FilesAndDashAreFilledInOrderByOneEngine) {
   // The variable carries over from one file to the next.
