@@ -31,14 +31,14 @@ class FillDepthScope {
 }  // namespace
 
 Engine::Engine(MathParser* parser)
-    : error_stream_(std::make_unique<ostrstream_fast>()),
+    : error_stream_(std::make_unique<ocappedstream_fast>(kMaxErrorText)),
       parser_(parser != nullptr ? parser : new MathParser),
       owns_parser_(parser == nullptr),
       condition_stack_(new int[kConditionStackSize]()) {}
 
 Engine::Engine(const Engine& other)
     : return_code_(other.return_code_ ? new symtab(*other.return_code_) : nullptr),
-      error_stream_(std::make_unique<ostrstream_fast>()),
+      error_stream_(std::make_unique<ocappedstream_fast>(kMaxErrorText)),
       parser_(other.owns_parser_ ? new MathParser(*other.parser_) : other.parser_),
       owns_parser_(other.owns_parser_),
       safe_quotes_(other.safe_quotes_),

@@ -18,6 +18,7 @@
 
 class ostream_fast;
 class ostrstream_fast;
+class ocappedstream_fast;
 
 namespace quorvix {
 
@@ -192,7 +193,7 @@ class Engine {
   // Ends the innermost loop; reading goes on where it is.
   void DropLoop();
   // Starts the next pass of `loop`; false (reported) past the work budget.
-  bool NextPass(const SourceFrame& loop);
+  bool NextPass(const SourceFrame& loop, bool at_loop_end);
   // Spends one unit of the fill's work budget (a loop pass, an include, a
   // macro expansion); false (reported) past the budget or the time limit.
   bool SpendWork();
@@ -200,7 +201,7 @@ class Engine {
 
   // State ------------------------------------------------------------------------
   symtab* return_code_ = nullptr;
-  std::unique_ptr<ostrstream_fast> error_stream_;
+  std::unique_ptr<ocappedstream_fast> error_stream_;
   int page_state_[3] = {-1, 25, 0};
   // Saved states of the sources around the current one, innermost last.
   std::vector<std::unique_ptr<SourceFrame>> sources_;

@@ -50,6 +50,9 @@ struct Macro {
 // Limits that end a fill with a message instead of exhausting memory or the
 // stack; the numbers come from the parser's policy, except the fixed depth of
 // the condition stack.
+// The error text of one fill keeps this many bytes; a loop that fails on
+// every pass would otherwise grow it without end.
+inline constexpr std::size_t kMaxErrorText = 1u << 20;
 inline constexpr const char* kFillDepthPrefix = "fills nested too deeply";
 inline std::string SourceDepthMessage(int limit) {
   return "sources nested too deeply (limit " + std::to_string(limit) + ")";

@@ -275,13 +275,10 @@ bool Engine::Pop(bool at_loop_end) {
   RestoreFlags(*f);
   if (!f->is_loop) return PopPlain();
   if (!at_loop_end) {
-    // The text ended inside the loop: the loop ends here without another
-    // pass, and so does the text that held it.
+    // The text ended inside the loop: the loop goes on as if "endloop"
+    // stood there, and when it is over, so is the text that held it.
     error_stream_->puts("improperly terminated loop");
     error_stream_->endl();
-    DropLoop();
-    if (!sources_.empty()) RestoreFlags(*sources_.back());
-    return PopPlain();
   }
   if (f->loop_array != nullptr) {
     const int index = f->loop_index++;
@@ -293,7 +290,7 @@ bool Engine::Pop(bool at_loop_end) {
       else
         v.SetString(f->loop_array->str_list[f->loop_index]);
       parser_->AddVariable(&v);
-      return NextPass(*f);
+      return NextPass(*f, at_loop_end);
     }
   } else if (f->loop_condition != nullptr) {
     MathParser::ClearError();
@@ -309,17 +306,27 @@ bool Engine::Pop(bool at_loop_end) {
       // The kind is not checked: the scalar field decides, NaN repeats.
       const bool again = !(v->value == 0.0) && !was_break;
       v->Delete();
-      if (again) return NextPass(*f);
+      if (again) return NextPass(*f, at_loop_end);
     }
   }
-  // The loop is over; reading goes on after its "endloop".
+  // The loop is over; reading goes on after its "endloop", or, when the
+  // text ended inside the loop, in the source around that text.
   DropLoop();
-  return true;
+  if (at_loop_end) return true;
+  if (!sources_.empty()) RestoreFlags(*sources_.back());
+  return PopPlain();
 }
 
-bool Engine::NextPass(const SourceFrame& loop) {
+bool Engine::NextPass(const SourceFrame& loop, bool at_loop_end) {
   if (!SpendWork()) return false;
   read_pos_ = loop.saved_read_pos;
+  // The body starts inside the brace group of the loop head. An "endloop"
+  // statement resumes that group itself; at the end of a text the fill
+  // loop is outside any group and must be told.
+  if (!at_loop_end) {
+    resume_brace_ = 1;
+    if (*read_pos_ == ';') ++read_pos_;  // the separator after the loop head
+  }
   return true;
 }
 

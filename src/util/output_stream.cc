@@ -16,6 +16,17 @@ char* ostrstream_fast::str() {
   return out;
 }
 
+void ocappedstream_fast::spill() {
+  if (!cut_) {
+    buf_.resize(cap_);
+    buf_ += "\r\n... cut at " + std::to_string(cap_) + " bytes\r\n";
+    cut_ = true;
+    spill_at_ = buf_.size() + 1;
+  }
+  // Whatever came after the cut is dropped.
+  buf_.resize(spill_at_ - 1);
+}
+
 ofstream_fast::ofstream_fast(std::FILE* file) : ostream_fast(64 * 1024), file_(file) {}
 
 ofstream_fast::~ofstream_fast() {

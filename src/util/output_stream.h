@@ -56,6 +56,30 @@ class ostrstream_fast : public ostream_fast {
   void clear() { buf_.clear(); }
 };
 
+// An in-memory stream that keeps at most `cap` characters and then a line
+// saying the rest was cut: for texts a hostile input could grow without
+// end, such as the error text of a loop that fails on every pass.
+class ocappedstream_fast : public ostrstream_fast {
+ public:
+  explicit ocappedstream_fast(std::size_t cap) : cap_(cap) { spill_at_ = cap + 1; }
+  char* str() {
+    Reset();
+    return ostrstream_fast::str();
+  }
+  void clear() {
+    Reset();
+    ostrstream_fast::clear();
+  }
+
+ protected:
+  void spill() override;
+
+ private:
+  void Reset() { cut_ = false, spill_at_ = cap_ + 1; }
+  std::size_t cap_;
+  bool cut_ = false;
+};
+
 // Writes to a file through a 64 KiB buffer. The file comes open (every file
 // the library opens goes through the policy) and is closed with the stream.
 class ofstream_fast : public ostream_fast {

@@ -33,13 +33,38 @@ struct HostileTemplate {
 };
 
 const HostileTemplate kCases[] = {
-    // This once repeated the loop up to the pass limit, whose report then
-    // read outside the text.
+    // A text that ends inside a loop goes on as if "endloop" stood there.
+    // Here "exit" ends the body on every pass until the work budget is
+    // spent; the report once read outside the text, and the loop head's '}'
+    // was copied as text.
     {.name = "exit_in_a_loop_at_the_pass_limit",
      .text = "{for(i=0;i<11;i=i+1)}{endloop}{while(1)}{exit}{endloop}",
-     .output = "",
-     .errors = "improperly terminated loop\r\n",
+     .output = "{error}",
+     .errors = "improperly terminated loop\r\n\r\n^\r\n"
+               "work exceeds the limit (10 loop passes, includes, macro expansions and "
+               "function calls)\r\n",
      .work = 10},
+    {.name = "exit_in_a_loop_body",
+     .text = "AB{while(1)}C{exit}{endloop}D",
+     .output = "ABCCCCCC{error}",
+     .errors = "improperly terminated loop\r\nimproperly terminated loop\r\n"
+               "improperly terminated loop\r\nimproperly terminated loop\r\n"
+               "improperly terminated loop\r\nimproperly terminated loop\r\n\r\n^\r\n"
+               "work exceeds the limit (5 loop passes, includes, macro expansions and "
+               "function calls)\r\n",
+     .work = 5},
+    {.name = "missing_endloop_after_statements_in_the_loop_head",
+     .text = "A{for(i=0;i<3;i=i+1); x = i}B{x}",
+     .output = "AB0B1B2",
+     .errors = "improperly terminated loop\r\nimproperly terminated loop\r\n"
+               "improperly terminated loop\r\n"},
+    // The error text of such a loop is cut instead of growing without end.
+    {.name = "error_text_is_cut",
+     .text = "{while(1)}{exit}{endloop}",
+     .output = "{error}",
+     .errors = "improperly terminated loop\r\nimpr\r\n... cut at 1048576 bytes\r\n",
+     .work = 100000,
+     .errors_part = true},
     {.name = "length_modifier_before_s",
      .text = "{\"a\", %ls}",
      .output = "{error}",
@@ -52,12 +77,6 @@ const HostileTemplate kCases[] = {
      .text = "{format %",
      .output = "{error}",
      .errors = "{format %\r\n         ^\r\nillegal format specifier ''\r\n"},
-    // "exit" ends the loop body's text; the loop ends with it, and so does
-    // the text that held the loop: nothing of it is read again.
-    {.name = "exit_in_a_loop_body",
-     .text = "AB{while(1)}C{exit}{endloop}D",
-     .output = "ABC",
-     .errors = "improperly terminated loop\r\n"},
     {.name = "self_include_from_a_macro_restarts_the_file",
      .text = "{define m()}{include \"m.txt\"}{enddefine}{n = 0}{m()}",
      .output = "<1><2><3>",
