@@ -19,7 +19,9 @@ struct State {
   bool expired = false;
 };
 
-thread_local State t_state;
+// Initial-exec: every evaluation touches this, and the general model would
+// make each access a call into the dynamic loader.
+thread_local State t_state __attribute__((tls_model("initial-exec")));
 
 // Reading the clock costs about as much as a pass of a tight loop, so the
 // deadline is looked at once every this many units.
