@@ -61,7 +61,7 @@ enum class FileMode { kRead, kWrite, kAppend };
 // A process to start: argv[0] is looked up along PATH. A descriptor of -1
 // leaves the child's descriptor as ours; `keep` lists further descriptors
 // the child inherits (every other descriptor of ours is close-on-exec).
-struct ProcessSpec {
+struct ProcessRequest {
   std::vector<std::string> argv;
   int stdin_fd = -1;
   int stdout_fd = -1;
@@ -69,7 +69,7 @@ struct ProcessSpec {
 };
 
 // Starts the process and returns its id, or -1 with `why` set.
-using ProcessLauncher = std::function<pid_t(const ProcessSpec& spec, std::string* why)>;
+using ProcessLauncher = std::function<pid_t(const ProcessRequest& request, std::string* why)>;
 
 class Policy {
  public:
@@ -100,7 +100,7 @@ class Policy {
   bool ReadFile(const std::string& path, std::string& text, std::string* why) const;
 
   // Starts a process through the launcher; refused in restricted mode.
-  pid_t StartProcess(const ProcessSpec& spec, std::string* why) const;
+  pid_t StartProcess(const ProcessRequest& request, std::string* why) const;
 };
 
 }  // namespace quorvix

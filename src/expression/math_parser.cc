@@ -10,7 +10,6 @@
 #include "parser/core/error.h"
 #include "util/limit_error.h"
 #include "util/run_budget.h"
-#include "util/stack_budget.h"
 #include "values/value_limits.h"
 #include "values/value_ops.h"
 
@@ -146,12 +145,10 @@ symtab* MathParser::Guarded(int position_offset, Body body) {
     error_message_ = nullptr;
   }
   CurrentParserScope scope(this);
-  // An evaluation outside any fill owns the work and time budget; inside a
-  // fill it joins the fill's.
+  // An evaluation outside any fill owns the work, time and stack budget that
+  // everything nested inside it (expressions, fills, functions) shares;
+  // inside a fill it joins the fill's.
   quorvix::RunBudget::Scope budget(policy_->limits);
-  // The outermost evaluation on the thread sets the stack budget that
-  // everything nested inside it (expressions, fills, functions) shares.
-  quorvix::StackScope stack(policy_->limits.stack_bytes);
   error_text_.clear();
   symtab* result = nullptr;
   try {
@@ -196,7 +193,7 @@ symtab* MathParser::Evaluate(char* text) {
 MathParserExpression* MathParser::CreateExpression(const char* text) {
   if (text == nullptr) return nullptr;
   CurrentParserScope scope(this);
-  quorvix::StackScope stack(policy_->limits.stack_bytes);
+  quorvix::RunBudget::Scope budget(policy_->limits);  // parsing recurses too
   text += LeadingBlanks(text);
   try {
     return new MathParserExpression(quorvix::ParseExpression(text, allow_escape_characters_));

@@ -176,7 +176,6 @@ bool Engine::FillTextInto(ostream_fast& out, const char* text, char** errors) {
 void Engine::RunFill(ostream_fast& out, std::unique_ptr<char[]> buffer, char* start,
                      const std::string& name, char** errors, char* nul_at) {
   if (errors != nullptr) *errors = nullptr;
-  StackScope stack(parser_->policy().limits.stack_bytes);
   current_output_ = &out;
   DeleteSources();
   output_stack_.clear();

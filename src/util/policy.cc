@@ -33,8 +33,8 @@ bool Inside(const std::string& resolved, const std::string& dir) {
          resolved[base.size()] == '/';
 }
 
-pid_t SpawnDirect(const ProcessSpec& spec, std::string* why) {
-  if (spec.argv.empty()) {
+pid_t SpawnDirect(const ProcessRequest& request, std::string* why) {
+  if (request.argv.empty()) {
     if (why) *why = "no program to start";
     return -1;
   }
@@ -43,18 +43,18 @@ pid_t SpawnDirect(const ProcessSpec& spec, std::string* why) {
   // The requested descriptors are duplicated onto 0 and 1 (dup2 clears
   // close-on-exec on the copy); the ones to keep get a dup2 onto themselves,
   // which clears the flag on them as well.
-  if (spec.stdin_fd >= 0) posix_spawn_file_actions_adddup2(&actions, spec.stdin_fd, 0);
-  if (spec.stdout_fd >= 0) posix_spawn_file_actions_adddup2(&actions, spec.stdout_fd, 1);
-  for (int fd : spec.keep) posix_spawn_file_actions_adddup2(&actions, fd, fd);
+  if (request.stdin_fd >= 0) posix_spawn_file_actions_adddup2(&actions, request.stdin_fd, 0);
+  if (request.stdout_fd >= 0) posix_spawn_file_actions_adddup2(&actions, request.stdout_fd, 1);
+  for (int fd : request.keep) posix_spawn_file_actions_adddup2(&actions, fd, fd);
   std::vector<char*> argv;
-  argv.reserve(spec.argv.size() + 1);
-  for (const std::string& a : spec.argv) argv.push_back(const_cast<char*>(a.c_str()));
+  argv.reserve(request.argv.size() + 1);
+  for (const std::string& a : request.argv) argv.push_back(const_cast<char*>(a.c_str()));
   argv.push_back(nullptr);
   pid_t pid = -1;
   int rc = posix_spawnp(&pid, argv[0], &actions, nullptr, argv.data(), environ);
   posix_spawn_file_actions_destroy(&actions);
   if (rc != 0) {
-    if (why) *why = "could not start " + spec.argv[0] + ": " + std::strerror(rc);
+    if (why) *why = "could not start " + request.argv[0] + ": " + std::strerror(rc);
     return -1;
   }
   return pid;
@@ -129,13 +129,13 @@ bool Policy::ReadFile(const std::string& path, std::string& text, std::string* w
   return true;
 }
 
-pid_t Policy::StartProcess(const ProcessSpec& spec, std::string* why) const {
+pid_t Policy::StartProcess(const ProcessRequest& request, std::string* why) const {
   if (restricted) {
     if (why)
-      *why = NotAllowed(spec.argv.empty() ? std::string("starting a process") : spec.argv[0]);
+      *why = NotAllowed(request.argv.empty() ? std::string("starting a process") : request.argv[0]);
     return -1;
   }
-  return launcher ? launcher(spec, why) : SpawnDirect(spec, why);
+  return launcher ? launcher(request, why) : SpawnDirect(request, why);
 }
 
 }  // namespace quorvix

@@ -35,7 +35,8 @@ bool PastDeadline() {
 
 }  // namespace
 
-RunBudget::Scope::Scope(const Limits& limits) : outermost_(t_state.depth == 0) {
+RunBudget::Scope::Scope(const Limits& limits)
+    : outermost_(t_state.depth == 0), stack_(limits.stack_bytes) {
   ++t_state.depth;
   if (!outermost_) return;
   t_state.spent = 0;

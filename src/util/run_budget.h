@@ -1,4 +1,5 @@
-// The work and the time of one outermost fill or evaluation on this thread.
+// The work, the time and the stack of one outermost fill or evaluation on
+// this thread.
 //
 // The outermost call opens a Scope with its parser's limits; fills and
 // evaluations nested inside it (user functions, fill and eval built-ins,
@@ -10,6 +11,7 @@
 #include <string>
 
 #include "quorvix/policy.h"
+#include "util/stack_budget.h"
 
 namespace quorvix {
 
@@ -24,6 +26,7 @@ class RunBudget {
 
    private:
     bool outermost_;
+    StackScope stack_;  // marks the stack budget (util/stack_budget.h)
   };
 
   // Spends one unit of work: a loop pass, an include, a macro expansion or a

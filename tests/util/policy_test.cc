@@ -92,8 +92,8 @@ TEST(PolicyProcessTest, ProcessesStartThroughTheLauncher) {
   EXPECT_EQ(why.rfind("could not start no-such-program-quorvix: ", 0), 0u) << why;
 
   std::vector<std::string> seen;
-  policy.launcher = [&](const quorvix::ProcessSpec& spec, std::string*) {
-    seen = spec.argv;
+  policy.launcher = [&](const quorvix::ProcessRequest& request, std::string*) {
+    seen = request.argv;
     return pid_t{42};
   };
   EXPECT_EQ(policy.StartProcess({{"prog", "1", "2"}, -1, -1, {}}, &why), 42);

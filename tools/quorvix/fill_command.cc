@@ -1,5 +1,6 @@
 // quorvix fill: fill template files (or standard input) and write the result.
 #include <cstdio>
+#include <cstring>
 #include <iostream>
 #include <iterator>
 #include <memory>
@@ -87,16 +88,6 @@ bool ParseOptions(const Args& args, FillOptions& o) {
 std::string g_message;
 void CaptureError(const char* message) { g_message = message ? message : ""; }
 
-std::string ToLf(std::string text) {
-  std::string out;
-  out.reserve(text.size());
-  for (std::size_t i = 0; i < text.size(); ++i) {
-    if (text[i] == '\r' && i + 1 < text.size() && text[i + 1] == '\n') continue;
-    out += text[i];
-  }
-  return out;
-}
-
 }  // namespace
 
 int RunFill(const Args& args) {
@@ -158,8 +149,10 @@ int RunFill(const Args& args) {
       }
     }
     if (errors != nullptr) {
-      std::string e = o.lf ? ToLf(errors) : std::string(errors);
-      std::fputs(e.c_str(), stderr);
+      // The error text takes the same line ends as the output.
+      FileSink messages(stderr, o.lf);
+      messages.Write(errors, std::strlen(errors));
+      messages.Finish();
       delete[] errors;
     }
     failed = failed || status != 0;
