@@ -26,7 +26,7 @@ ROOT="$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)"
 
 # Everything the library, its tests, the fuzzers and the benchmarks need.
 PACKAGES=(
-  cmake ninja-build g++ clang libclang-rt-14-dev
+  cmake ninja-build pkg-config g++ clang libclang-rt-14-dev
   libgtest-dev libgmock-dev libbenchmark-dev
   tcl-dev libpcre2-dev libeigen3-dev libmatio-dev libhdf5-dev pybind11-dev python3-dev
   clang-format libmuparser-dev

@@ -10,6 +10,35 @@ void Report(const char* message, ErrorAt at) {
   MathParser::Error(message);
 }
 
+const char* ArgumentMustBe(int position, MustBe kind) {
+  // Literals, not text put together per call: each is a message of its own.
+  static constexpr const char* kScalar[] = {
+      "Argument 1 must be scalar", "Argument 2 must be scalar", "Argument 3 must be scalar",
+      "Argument 4 must be scalar", "Argument 5 must be scalar", "Argument 6 must be scalar",
+      "Argument 7 must be scalar", "Argument 8 must be scalar", "Argument 9 must be scalar",
+      "Argument 10 must be scalar"};
+  static constexpr const char* kVector[] = {
+      "Argument 1 must be vector", "Argument 2 must be vector", "Argument 3 must be vector",
+      "Argument 4 must be vector", "Argument 5 must be vector", "Argument 6 must be vector",
+      "Argument 7 must be vector", "Argument 8 must be vector", "Argument 9 must be vector",
+      "Argument 10 must be vector"};
+  static constexpr const char* kString[] = {
+      "Argument 1 must be string", "Argument 2 must be string", "Argument 3 must be string",
+      "Argument 4 must be string", "Argument 5 must be string", "Argument 6 must be string",
+      "Argument 7 must be string", "Argument 8 must be string", "Argument 9 must be string",
+      "Argument 10 must be string"};
+  if (position < 1 || position > 10) return nullptr;
+  switch (kind) {
+    case MustBe::kScalar:
+      return kScalar[position - 1];
+    case MustBe::kVector:
+      return kVector[position - 1];
+    case MustBe::kString:
+      return kString[position - 1];
+  }
+  return nullptr;
+}
+
 std::span<double> NumericElements(symtab& v) {
   if (IsNumber(v)) return {&v.value, 1};
   if (IsArray(v) && v.data != nullptr && v.rows > 0 && v.cols > 0)

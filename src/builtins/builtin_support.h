@@ -25,12 +25,28 @@ inline constexpr char kInvalidTypeArg1[] = "Invalid type for argument 1";
 inline constexpr char kInvalidTypeArg2[] = "Invalid type for argument 2";
 inline constexpr char kDomainViolation[] = "Domain violation";
 inline constexpr char kMatrixNotSquare[] = "Matrix must be square";
+inline constexpr char kArg1MustBePositive[] = "Argument 1 must be positive";
+inline constexpr char kArg2MustBePositive[] = "Argument 2 must be positive";
+inline constexpr char kSameNumberOfElements[] = "Vectors must have the same number of elements";
+inline constexpr char kSameNumberOfPointsShort[] = "Vectors must have same number of points";
+inline constexpr char kSameNumberOfPoints[] = "Vectors must have the same number of points";
+inline constexpr char kValueOutOfRange[] = "Value out of range";
+inline constexpr char kIndexOutOfRange[] = "Index out of range";
+inline constexpr char kSizeNotPositive[] = "Size must be greater than 0";
+inline constexpr char kOutOfMemory[] = "Out of memory";
+
+// "Argument N must be scalar" and its siblings for positions 1 to 10; null
+// for another position.
+enum class MustBe { kScalar, kVector, kString };
+const char* ArgumentMustBe(int position, MustBe kind);
 
 // The character of the call an error refers to, handed to
 // MathParser::BackupTo. kNone skips BackupTo (a few handlers report without).
 enum class ErrorAt : char {
   kNone = 0,
-  kCall = '(',  // the call as a whole
+  kCall = '(',   // the call as a whole
+  kComma = ',',  // a later argument
+  kClose = ')',  // the end of the call (cat's count)
 };
 
 // Reports `message` through MathParser::Error, after BackupTo(at, 1, 0)
