@@ -19,6 +19,9 @@ MathParser& Parser() {
     // Values past these end with a message; smaller limits keep each input
     // fast and well inside the fuzzer's memory limit.
     auto* p = new MathParser;
+    // No process, no file and no environment: fuzzed text must never reach
+    // outside the process.
+    p->policy().restricted = true;
     p->policy().limits.elements = 10'000'000;
     p->policy().limits.string_bytes = 1u << 20;
     return p;

@@ -37,6 +37,10 @@ MathParser& Setup() {
     MathParser::SetErrorFunction(IgnoreMessage);
     // Loops without end are stopped by the engine; keep them short here.
     auto* p = new MathParser;
+    // No process, no writing, no environment; reading only in the fuzz
+    // directory: fuzzed text must never reach outside.
+    p->policy().restricted = true;
+    p->policy().read_dirs = {dir};
     p->policy().limits.work = 10000;
     p->policy().limits.elements = 10'000'000;
     p->policy().limits.string_bytes = 1u << 20;
