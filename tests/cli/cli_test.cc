@@ -20,7 +20,8 @@ std::string Shown(const std::vector<std::string>& args) {
 std::string FirstLine(const std::string& text) { return text.substr(0, text.find('\n')); }
 
 constexpr const char* kEvalUsage =
-    "usage: quorvix eval [-D NAME=EXPR]... [--time-limit SECONDS] EXPR...\n";
+    "usage: quorvix eval [-D NAME=EXPR]... [--time-limit SECONDS] [--restricted]\n"
+    "                    [--allow-env NAME]... [--max-elements N] EXPR...\n";
 
 TEST(CliTest, EvalValuesAndErrors) {
   // A null `out`, `err` or `err_first` (the first line of errors) is not checked.
@@ -100,7 +101,8 @@ TEST(CliTest, FunctionsListsSortedNamesWithTheirArgumentWords) {
 
 constexpr const char* kUsage =
     "usage: quorvix fill [-o FILE] [-I DIR]... [-D NAME=EXPR]... [--lf] [--safe-quotes]\n"
-    "                    [--time-limit SECONDS] [FILE...]\n";
+    "                    [--time-limit SECONDS] [--restricted] [--allow-env NAME]...\n"
+    "                    [--max-elements N] [--max-output BYTES] [FILE...]\n";
 
 class FillCliTest : public TempDirTest {
  protected:
