@@ -138,8 +138,8 @@ symtab* System(sym_list* list) {
   std::string why;
   const pid_t pid = policy.StartProcess(request, &why);
   if (pid < 0)
-    return args.Fail(("system: " + (why.empty() ? std::string("the process launcher failed") : why))
-                         .c_str());
+    return args.Fail(
+        ("system: " + (why.empty() ? std::string("the process launcher failed") : why)).c_str());
   Reap(pid);
   std::string text;
   if (!ReadBack(out.fd(), text)) return nullptr;
@@ -158,7 +158,8 @@ symtab* Eval(sym_list* list) {
   RunBudget::Nesting depth;
   const Limits& limits = CurrentLimits();
   if (depth.too_deep(limits.fills))
-    return args.Fail(("eval nested too deeply (limit " + std::to_string(limits.fills) + ")").c_str());
+    return args.Fail(
+        ("eval nested too deeply (limit " + std::to_string(limits.fills) + ")").c_str());
   MathParser inner;
   builtins::ShareCallerState(caller, inner);
   symtab* result = nullptr;

@@ -63,5 +63,4 @@ TemplateDirScope::~TemplateDirScope() { t_template_dirs.pop_back(); }
 
 const std::vector<std::string>& TemplateDirectories() { return t_template_dirs; }
 
-
 }  // namespace quorvix
