@@ -161,7 +161,9 @@ TEST_F(FilesSystemTest, OutputLimitEndsTheFill) {
 
 class HostInfo : public VQApplicationInfo {
  public:
-  std::string GetSpecifiedPath(const std::string& which) const override { return "/paths/" + which; }
+  std::string GetSpecifiedPath(const std::string& which) const override {
+    return "/paths/" + which;
+  }
   std::string GetApplicationVersion() const override { return "12.345"; }
   std::string GetOrvantHome() const override { return "/opt/orvant"; }
 };
