@@ -29,6 +29,11 @@ enum CallFlag : unsigned {
   kStartsProcesses = 1u << 2,
   kReadsEnvironment = 1u << 3,
   kEvaluatesText = 1u << 4,
+  // Writes files only when its arguments ask for it (a file mode): each
+  // write is refused through OpenFile, not the call as a whole.
+  kMayWriteFiles = 1u << 5,
+  // Adds to the directories files are looked up and read in.
+  kWidensSearchPath = 1u << 6,
 };
 
 // Limits that end an evaluation or a fill with a message naming the limit.
@@ -54,6 +59,8 @@ struct Limits {
   int sources = 1000;
   // Nesting of fills (user-function calls, fill and eval inside a fill).
   int fills = 64;
+  // Bytes one fill may write to its output; 0: no limit.
+  std::size_t output_bytes = 0;
 };
 
 enum class FileMode { kRead, kWrite, kAppend };
@@ -74,7 +81,9 @@ using ProcessLauncher = std::function<pid_t(const ProcessRequest& request, std::
 class Policy {
  public:
   // Restricted mode: no process, no writing, reading only inside the
-  // allowed directories, getenv only for the allowed names.
+  // allowed directories, getenv only for the allowed names. The allowed
+  // directories are `read_dirs`, the process-wide search path and the
+  // directory of the template file being filled.
   bool restricted = false;
   std::vector<std::string> read_dirs;
   std::vector<std::string> allowed_env;
@@ -86,6 +95,9 @@ class Policy {
 
   // The message of a refusal: "<name> is not allowed in restricted mode".
   static std::string NotAllowed(const std::string& name);
+  // True when `message` is such a refusal. Private evaluations that turn
+  // errors into values pass refusals on instead.
+  static bool IsRefusal(const std::string& message);
 
   // True when a built-in with these flags may run; otherwise `why` gets the
   // refusal.
@@ -96,8 +108,23 @@ class Policy {
   // restricted mode and reading there is limited to `read_dirs`. Null with
   // `why` set ("could not open <path>" or the refusal) on failure.
   std::FILE* OpenFile(const std::string& path, FileMode mode, std::string* why) const;
+  // As above with a C library mode ("r", "rb", "w+", "a", ...): a mode is
+  // reading only when it starts with 'r' and has no '+'. A malformed mode
+  // fails to open. `refused` (when given) tells a refusal from a failure.
+  std::FILE* OpenFile(const std::string& path, const char* fopen_mode, std::string* why,
+                      bool* refused) const;
+  // True when `path` may be looked at (its existence asked) here: always
+  // outside restricted mode; inside it when the path, or for a missing file
+  // its directory, resolves inside the allowed directories. Otherwise `why`
+  // gets the refusal.
+  bool MayInspect(const std::string& path, std::string* why) const;
   // Reads a whole file through OpenFile. False with `why` set on failure.
   bool ReadFile(const std::string& path, std::string& text, std::string* why) const;
+
+  // True when getenv may answer `name`: always outside restricted mode, and
+  // inside it for the names on `allowed_env`. Otherwise `why` gets the
+  // refusal.
+  bool AllowsEnvironment(const std::string& name, std::string* why) const;
 
   // Starts a process through the launcher; refused in restricted mode.
   pid_t StartProcess(const ProcessRequest& request, std::string* why) const;

@@ -58,6 +58,11 @@ void Report(const char* message, ErrorAt at = ErrorAt::kCall);
 inline bool IsNumber(const symtab& v) { return v.type == SYM_SCALAR; }
 inline bool IsArray(const symtab& v) { return v.type == SYM_ARRAY; }
 inline bool IsNumeric(const symtab& v) { return IsNumber(v) || IsArray(v); }
+// A string record with at least one string; handlers read the first.
+inline bool HasString(const symtab& v) {
+  return v.type == SYM_STRINGS && v.num_strings > 0 && v.str_list != nullptr &&
+         v.str_list[0] != nullptr;
+}
 // A numeric array with at most one row or at most one column; an empty array
 // counts as a vector.
 inline bool IsVectorLike(const symtab& v) { return IsArray(v) && (v.rows <= 1 || v.cols <= 1); }

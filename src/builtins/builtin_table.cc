@@ -1,19 +1,34 @@
 #include "builtins/builtin_table.h"
 
+#include <vector>
+
 #include "expression/builtin_registrar.h"
 #include "quorvix/math_parser.h"
 
 namespace quorvix {
 
+namespace {
+std::vector<BuiltinFamily>& LaterFamilies() {
+  static std::vector<BuiltinFamily> families;
+  return families;
+}
+}  // namespace
+
+void AddBuiltinFamily(BuiltinFamily family) { LaterFamilies().push_back(family); }
+
 void RegisterBuiltins() {
-  using Family = std::span<const BuiltinEntry> (*)();
-  static constexpr Family kFamilies[] = {
+  static constexpr BuiltinFamily kFamilies[] = {
       ElementaryBuiltins,
       LinalgBuiltins,
+      FileBuiltins,
+      SystemBuiltins,
   };
-  for (Family family : kFamilies)
+  auto add = [](BuiltinFamily family) {
     for (const BuiltinEntry& e : family())
       MathParser::AddFunc(e.name, e.handler, e.nargs, e.call_flags, e.scalar_kernel);
+  };
+  for (BuiltinFamily family : kFamilies) add(family);
+  for (BuiltinFamily family : LaterFamilies()) add(family);
 }
 
 namespace {

@@ -30,9 +30,17 @@ inline constexpr unsigned kNoCallFlags = 0;
 // One accessor per family, defined in src/builtins/<family>.cc.
 std::span<const BuiltinEntry> ElementaryBuiltins();
 std::span<const BuiltinEntry> LinalgBuiltins();
+std::span<const BuiltinEntry> FileBuiltins();
+std::span<const BuiltinEntry> SystemBuiltins();
 
 // Registers every family's rows, with their flags and kernels.
 void RegisterBuiltins();
+
+// Adds a family from a higher layer (the template engine's `fill`), which
+// this layer cannot name; called when the library is loaded, before any
+// parser registers the table.
+using BuiltinFamily = std::span<const BuiltinEntry> (*)();
+void AddBuiltinFamily(BuiltinFamily family);
 
 }  // namespace quorvix
 

@@ -34,6 +34,9 @@ int Engine::SyntaxError(const char* message) {
 }
 
 int Engine::fill_brace() {
+  // Output grows without bound only through statements that repeat text
+  // (loops, includes, macros, functions), and each runs through here.
+  if (!WithinOutputLimit()) return 1;
   if (!line_has_output_) line_has_statement_ = 1;
   SkipBlanks();
   while (*read_pos_ != '\0' && *read_pos_ != '}') {

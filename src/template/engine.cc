@@ -10,25 +10,10 @@
 #include "template/text_scan.h"
 #include "util/output_stream.h"
 #include "util/run_budget.h"
+#include "util/search_path.h"
 #include "util/stack_budget.h"
 
 namespace quorvix {
-
-namespace {
-
-int g_fill_depth = 0;
-
-// Tracks how deeply fills are nested inside expressions of other fills.
-class FillDepthScope {
- public:
-  FillDepthScope() { ++g_fill_depth; }
-  ~FillDepthScope() { --g_fill_depth; }
-  FillDepthScope(const FillDepthScope&) = delete;
-  FillDepthScope& operator=(const FillDepthScope&) = delete;
-  bool too_deep(int limit) const { return g_fill_depth > limit; }
-};
-
-}  // namespace
 
 Engine::Engine(MathParser* parser)
     : error_stream_(std::make_unique<ocappedstream_fast>(kMaxErrorText)),
@@ -99,7 +84,7 @@ char* Engine::p_Fill(char** errors) {
     published = true;
   }
 
-  FillDepthScope depth;
+  RunBudget::Nesting depth;
   RunBudget::Scope budget(parser_->policy().limits);
   try {
     const int limit = parser_->policy().limits.fills;
@@ -195,8 +180,11 @@ void Engine::RunFill(ostream_fast& out, std::unique_ptr<char[]> buffer, char* st
 
 bool Engine::FillFileInto(ostream_fast& out, const char* path, char** errors) {
   if (errors != nullptr) *errors = nullptr;
+  if (path == nullptr) return false;
+  // Restricted mode reads inside the template's own directory.
+  TemplateDirScope template_dir(path);
   std::string text;
-  if (path == nullptr || !parser_->policy().ReadFile(path, text, nullptr)) return false;
+  if (!parser_->policy().ReadFile(path, text, nullptr)) return false;
   text.insert(0, 1, '}');  // as for included files: a template may include itself
   std::unique_ptr<char[]> buffer = CopyText(text);
   char* start = buffer.get() + 1;

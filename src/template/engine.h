@@ -197,6 +197,9 @@ class Engine {
   // Spends one unit of the fill's work budget (a loop pass, an include, a
   // macro expansion); false (reported) past the budget or the time limit.
   bool SpendWork();
+  // False (after reporting) when the fill has written more than the
+  // policy's output limit.
+  bool WithinOutputLimit();
   void DeleteSources();
 
   // State ------------------------------------------------------------------------

@@ -339,6 +339,18 @@ bool Engine::SpendWork() {
   return false;
 }
 
+bool Engine::WithinOutputLimit() {
+  const std::size_t limit = parser_->policy().limits.output_bytes;
+  if (limit == 0 || base_output_ == nullptr) return true;
+  std::size_t total = base_output_->written();
+  for (const auto& stream : output_stack_) total += stream->written();
+  if (total <= limit) return true;
+  error();
+  error_stream_->puts(("output exceeds the limit (" + std::to_string(limit) + " bytes)").c_str());
+  error_stream_->endl();
+  return false;
+}
+
 ostream_fast* Engine::p_PopStream() {
   if (!output_stack_.empty()) output_stack_.pop_back();
   current_output_ = output_stack_.empty() ? base_output_ : output_stack_.back().get();

@@ -5,6 +5,7 @@
 #include "quorvix/filler.h"
 #include "template/engine.h"
 #include "util/output_stream.h"
+#include "util/search_path.h"
 
 namespace {
 
@@ -55,10 +56,7 @@ void FillerBase::ResetMacros() { engine_->ResetMacros(); }
 void FillerBase::AllowInlineFunctions(bool on) { g_inline_functions = on; }
 bool FillerBase::InlineFunctionsAllowed() { return g_inline_functions; }
 
-std::vector<std::string>& FillerBase::IncludePath() {
-  static std::vector<std::string> path;
-  return path;
-}
+std::vector<std::string>& FillerBase::IncludePath() { return quorvix::SearchPath(); }
 
 char* Filler::Fill(const char* text, char** errors) { return engine_->FillText(text, errors); }
 

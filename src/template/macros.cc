@@ -14,40 +14,11 @@
 #include "template/statement_table.h"
 #include "template/text_scan.h"
 #include "util/output_stream.h"
+#include "util/search_path.h"
 
 namespace quorvix {
 
-namespace {
-
-bool Readable(const Policy& policy, const std::string& path) {
-  std::FILE* f = policy.OpenFile(path, FileMode::kRead, nullptr);
-  if (f == nullptr) return false;
-  std::fclose(f);
-  return true;
-}
-
-// Looks a file up: first against the working directory, then along the
-// include path. Empty when it is nowhere.
-std::string FindInclude(const Policy& policy, const std::string& name) {
-  if (name.compare(0, 2, "\\:") != 0) {
-    std::string absolute = name;
-    if (name.empty() || name[0] != '/') {
-      char cwd[4096];
-      if (::getcwd(cwd, sizeof cwd) != nullptr) absolute = std::string(cwd) + "/" + name;
-    }
-    if (Readable(policy, absolute)) return absolute;
-  }
-  std::string stripped = name;
-  if (!name.empty() && (name[0] == '.' || (name.size() > 1 && (name[1] == '/' || name[1] == '\\'))))
-    stripped = name.size() > 2 ? name.substr(2) : std::string();
-  for (const std::string& dir : FillerBase::IncludePath()) {
-    std::string candidate = dir + "/" + stripped;
-    if (Readable(policy, candidate)) return candidate;
-  }
-  return {};
-}
-
-}  // namespace
+namespace {}  // namespace
 
 std::span<const StatementRow> MacroAndIncludeStatements() {
   static const StatementRow kRows[] = {
@@ -226,7 +197,12 @@ bool Engine::IncludeFile(bool as_statements, const char* keyword_message) {
   if (!on) return true;
 
   line_has_statement_ = line_has_output_ = 0;
-  std::string path = FindInclude(parser_->policy(), name);
+  std::string refusal;
+  std::string path = FindOnSearchPath(parser_->policy(), name, refusal);
+  if (path.empty() && !refusal.empty()) {
+    SyntaxError(refusal.c_str());
+    return false;
+  }
   if (path.empty()) {
     error();
     error_stream_->puts(("The file \"" + name + "\" is not in the include path").c_str());
@@ -272,13 +248,12 @@ int Engine::st_path() {
     v->Delete();
     return SyntaxError("string value required in PATH statement");
   }
-  // A directory already on the path is not added again: a "path" in a loop
-  // or an included file would otherwise grow the path for the life of the
-  // process.
-  std::vector<std::string>& path = FillerBase::IncludePath();
-  if (std::find(path.begin(), path.end(), v->str_list[0]) == path.end())
-    path.push_back(v->str_list[0]);
+  std::string dir = v->str_list[0];
   v->Delete();
+  // A directory on the path may be read from in restricted mode, so a
+  // template must not add one.
+  if (parser_->policy().restricted) return SyntaxError(Policy::NotAllowed("path").c_str());
+  AddSearchDirectory(dir);
   return 0;
 }
 

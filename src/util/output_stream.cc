@@ -40,6 +40,7 @@ void ofstream_fast::flush() {
   // Hands the buffer to stdio, which does its own buffering; the file is
   // flushed for good when the stream closes.
   if (file_ != nullptr && !buf_.empty()) std::fwrite(buf_.data(), 1, buf_.size(), file_);
+  handed_on_ += buf_.size();
   buf_.clear();
 }
 
@@ -48,6 +49,7 @@ void osinkstream_fast::flush() {
   // After a refused write the rest is dropped: memory must not grow while
   // the fill winds down.
   if (good_) good_ = sink_.Write(buf_.data(), buf_.size());
+  handed_on_ += buf_.size();
   buf_.clear();
 }
 

@@ -35,6 +35,8 @@ class ostream_fast {
   virtual void flush() {}
   // Characters written and not yet handed on.
   std::size_t pending() const { return buf_.size(); }
+  // Characters written since the stream was made.
+  std::size_t written() const { return handed_on_ + buf_.size(); }
 
  protected:
   explicit ostream_fast(std::size_t spill_at) : spill_at_(spill_at) {}
@@ -43,6 +45,7 @@ class ostream_fast {
 
   std::string buf_;
   std::size_t spill_at_;
+  std::size_t handed_on_ = 0;  // characters flushed out of buf_
 };
 
 // Accumulates everything in memory.

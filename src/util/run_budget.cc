@@ -17,6 +17,7 @@ struct State {
   double seconds = 0.0;
   Clock::time_point deadline{};
   bool expired = false;
+  int nesting = 0;
 };
 
 // Initial-exec: every evaluation touches this, and the general model would
@@ -49,6 +50,10 @@ RunBudget::Scope::Scope(const Limits& limits)
 }
 
 RunBudget::Scope::~Scope() { --t_state.depth; }
+
+RunBudget::Nesting::Nesting() : depth_(++t_state.nesting) {}
+
+RunBudget::Nesting::~Nesting() { --t_state.nesting; }
 
 std::string RunBudget::WorkMessage(long long limit) {
   return "work exceeds the limit (" + std::to_string(limit) +
@@ -83,6 +88,13 @@ bool RunBudget::InTime(std::string* why) {
 void RunBudget::CheckTime() {
   std::string why;
   if (!InTime(&why)) throw LimitExceeded(why);
+}
+
+bool IsLimitMessage(std::string_view message) {
+  for (std::string_view mark :
+       {"nested too deeply", "too much stack", "exceeds the limit", "time limit exceeded"})
+    if (message.find(mark) != std::string_view::npos) return true;
+  return false;
 }
 
 long long RunBudget::Spent() { return t_state.depth == 0 ? 0 : t_state.spent; }

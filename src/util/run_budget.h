@@ -9,6 +9,7 @@
 #define QUORVIX_UTIL_RUN_BUDGET_H
 
 #include <string>
+#include <string_view>
 
 #include "quorvix/policy.h"
 #include "util/stack_budget.h"
@@ -29,6 +30,21 @@ class RunBudget {
     StackScope stack_;  // marks the stack budget (util/stack_budget.h)
   };
 
+  // One level of fills and evaluations nested inside one another (user
+  // functions, the fill and eval built-ins); Limits::fills bounds the depth.
+  class Nesting {
+   public:
+    Nesting();
+    ~Nesting();
+    Nesting(const Nesting&) = delete;
+    Nesting& operator=(const Nesting&) = delete;
+    // True when this level lies beyond `limit`.
+    bool too_deep(int limit) const { return depth_ > limit; }
+
+   private:
+    int depth_;
+  };
+
   // Spends one unit of work: a loop pass, an include, a macro expansion or a
   // user-function call. False past the work limit or the deadline, with the
   // message in `why`. Outside any scope nothing is counted.
@@ -44,6 +60,12 @@ class RunBudget {
   static std::string WorkMessage(long long limit);
   static std::string TimeMessage(double seconds);
 };
+
+// True for the messages with which nesting, stack, work, time and output
+// limits end work. A nested fill or evaluation whose failure would
+// otherwise be swallowed passes these on, so that runaway recursion ends
+// with its limit instead of unwinding silently.
+bool IsLimitMessage(std::string_view message);
 
 }  // namespace quorvix
 

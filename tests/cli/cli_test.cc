@@ -20,9 +20,11 @@ std::string Shown(const std::vector<std::string>& args) {
 std::string FirstLine(const std::string& text) { return text.substr(0, text.find('\n')); }
 
 constexpr const char* kEvalUsage =
-    "usage: quorvix eval [-D NAME=EXPR]... [--time-limit SECONDS] EXPR...\n";
+    "usage: quorvix eval [-D NAME=EXPR]... [--time-limit SECONDS] [--restricted]\n"
+    "                    [--allow-env NAME]... [--max-elements N] EXPR...\n";
 
 TEST(CliTest, EvalValuesAndErrors) {
+  ::setenv("QV_CLI_ENV", "yes", 1);
   // A null `out`, `err` or `err_first` (the first line of errors) is not checked.
   const struct {
     std::vector<std::string> args;
@@ -47,6 +49,17 @@ TEST(CliTest, EvalValuesAndErrors) {
       {{"eval", "  (1 + 2"}, 1, "", "quorvix: Unmatched '('\n    (1 + 2\n    ^\n", nullptr},
       {{"eval", "-D", "x=1+", "2"}, 1, "", nullptr, "quorvix: Syntax Error"},
       {{"eval", "nothing"}, 1, nullptr, nullptr, "quorvix: Unknown symbol \"nothing\""},
+      // Restricted mode refuses, and a refusal fails like any error.
+      {{"eval", "--restricted", "1", "system(\"echo no\")", "2"}, 1, "1\n", nullptr,
+       "quorvix: system is not allowed in restricted mode"},
+      {{"eval", "--restricted", "--allow-env", "QV_CLI_ENV", "getenv(\"QV_CLI_ENV\")", "getenv(\"PATH\")"},
+       1, "yes\n", nullptr, "quorvix: getenv of PATH is not allowed in restricted mode"},
+      {{"eval", "--restricted", "-D", "x=eval(\"system(\\\"ls\\\")\")", "1"}, 1, "", nullptr,
+       "quorvix: system is not allowed in restricted mode"},
+      {{"eval", "--max-elements", "5", "1:6:1"}, 1, "", nullptr,
+       "quorvix: array too large (limit 5 elements)"},
+      {{"eval", "--max-elements", "x", "1"}, 2, "",
+       "quorvix eval: bad value 'x' for --max-elements (expected a positive integer)\n", nullptr},
       // Usage errors.
       {{"eval"}, 2, "", kEvalUsage, nullptr},
       {{"eval", "-D"}, 2, "", "quorvix eval: -D needs NAME=EXPR\n", nullptr},
@@ -100,7 +113,8 @@ TEST(CliTest, FunctionsListsSortedNamesWithTheirArgumentWords) {
 
 constexpr const char* kUsage =
     "usage: quorvix fill [-o FILE] [-I DIR]... [-D NAME=EXPR]... [--lf] [--safe-quotes]\n"
-    "                    [--time-limit SECONDS] [FILE...]\n";
+    "                    [--time-limit SECONDS] [--restricted] [--allow-env NAME]...\n"
+    "                    [--max-elements N] [--max-output BYTES] [FILE...]\n";
 
 class FillCliTest : public TempDirTest {
  protected:
@@ -159,6 +173,19 @@ TEST_F(FillCliTest, StandardInputOptionsAndErrors) {
       {{"--time-limit", "0.1"}, "{while (1)}{endloop}", 1, "{error}",
        "}{endloop}\r\n         ^\r\ntime limit exceeded (0.1 s)\r\n"},
       {{"--time-limit", "-1"}, "", 2, "", "quorvix fill: bad time limit '-1' (expected seconds >= 0)\n"},
+      // Restricted mode: reading inside the include path only, nothing
+      // started, output bounded.
+      {{"--restricted", "-I", incdir}, include + "{fileexists(\"" + incdir + "/x\")}", 0, "found!0", ""},
+      {{"--restricted"}, "a{include \"/etc/passwd\"}", 1, "a{error}",
+       "a{include \"/etc/passwd\"}\r\n" + std::string(23, ' ') + "^\r\n"
+       "reading /etc/passwd is not allowed in restricted mode\r\n"},
+      {{"--restricted"}, "a{system(\"echo x\")}b", 1, "a",
+       "system is not allowed in restricted mode in expression:\r\nsystem(\"echo x\")\r\n"},
+      {{"--restricted", "--max-output", "25"}, "{while (1)}0123456789{endloop}", 1,
+       "012345678901234567890123456789{error}",
+       "}0123456789{endloop}\r\n            ^\r\noutput exceeds the limit (25 bytes)\r\n"},
+      {{"--max-output", "0"}, "", 2, "",
+       "quorvix fill: bad value '0' for --max-output (expected a positive integer)\n"},
       // clang-format on
   };
   for (const auto& c : cases) {

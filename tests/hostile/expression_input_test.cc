@@ -105,6 +105,13 @@ void RunTable() {
        "string_bytes", 8},
       {"NestedDerivatives", "x = 2, " + Rep("@derivative(", 11) + "x^x" + Rep(")", 11),
        "derivative too large (limit 1000000 nodes)", "derivative_nodes", 0},
+      // A text that fills or evaluates itself.
+      {"FillOfItself", "{t = \"{fill(t)}\"}{fill(t)}", "fills nested too deeply (limit 64)",
+       "fills", 0},
+      {"EvalOfEvalOfItself", "e = \"eval(e)\", eval(\"eval(e)\")",
+       "eval nested too deeply (limit 64)", "", 0},
+      {"EvalOfItselfOnASmallStack", "e = \"eval(e)\", eval(e)",
+       "expression uses too much stack (limit 60000 bytes)", "stack_bytes", 60000},
       {"SelfRedefinition", "{function k(){function k(){return 2}; return 1}}{k()}{k()}", "12", "",
        0},
   };

@@ -6,6 +6,8 @@
 #include <string>
 #include <vector>
 
+#include "quorvix/policy.h"
+
 namespace quorvix::cli {
 
 using Args = std::vector<std::string>;
@@ -17,6 +19,25 @@ int RunFunctions(const Args& args);
 // Reads the value of --time-limit: seconds, a number >= 0 (0: no limit).
 // False for anything else.
 bool ParseSeconds(const std::string& text, double& seconds);
+
+// The options of trust and resources that fill and eval share:
+// --restricted, --allow-env NAME, --max-elements N and (fill only)
+// --max-output BYTES. Restricted mode bounds values and output by default.
+struct TrustOptions {
+  bool restricted = false;
+  std::vector<std::string> allowed_env;
+  long long max_elements = 0;  // 0: the default
+  long long max_output = 0;    // 0: the default
+};
+
+// Reads args[i] (and its value, advancing i) when it is one of these
+// options. 1: taken; 0: not one of them; -1: a bad value, reported on
+// standard error.
+int ParseTrustOption(const Args& args, std::size_t& i, TrustOptions& o, bool with_output,
+                     const char* command);
+
+// Applies the options to a parser's policy.
+void ApplyTrust(const TrustOptions& o, Policy& policy);
 
 // Exit statuses shared by the subcommands.
 inline constexpr int kExitOk = 0;

@@ -41,10 +41,14 @@ int RunEval(const Args& args) {
 
   std::vector<std::pair<std::string, std::string>> defines;
   std::vector<std::string> exprs;
+  TrustOptions trust;
   for (std::size_t i = 0; i < args.size(); ++i) {
     const std::string& a = args[i];
     std::string define;
-    if (a == "-D" || a == "--define") {
+    if (int taken = ParseTrustOption(args, i, trust, false, "eval"); taken != 0) {
+      if (taken < 0) return kExitUsage;
+      continue;
+    } else if (a == "-D" || a == "--define") {
       if (i + 1 >= args.size()) {
         std::fprintf(stderr, "quorvix eval: %s needs NAME=EXPR\n", a.c_str());
         return kExitUsage;
@@ -77,9 +81,13 @@ int RunEval(const Args& args) {
     defines.emplace_back(define.substr(0, eq), define.substr(eq + 1));
   }
   if (exprs.empty()) {
-    std::fputs("usage: quorvix eval [-D NAME=EXPR]... [--time-limit SECONDS] EXPR...\n", stderr);
+    std::fputs(
+        "usage: quorvix eval [-D NAME=EXPR]... [--time-limit SECONDS] [--restricted]\n"
+        "                    [--allow-env NAME]... [--max-elements N] EXPR...\n",
+        stderr);
     return kExitUsage;
   }
+  ApplyTrust(trust, parser.policy());
 
   for (const auto& [name, expr] : defines) {
     symtab* value = EvaluateOrReport(parser, expr);

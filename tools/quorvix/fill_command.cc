@@ -21,12 +21,14 @@ struct FillOptions {
   bool lf = false;
   bool safe_quotes = false;
   double seconds = 0.0;
+  TrustOptions trust;
   std::vector<std::string> files;
 };
 
 constexpr const char* kFillUsage =
     "usage: quorvix fill [-o FILE] [-I DIR]... [-D NAME=EXPR]... [--lf] [--safe-quotes]\n"
-    "                    [--time-limit SECONDS] [FILE...]\n";
+    "                    [--time-limit SECONDS] [--restricted] [--allow-env NAME]...\n"
+    "                    [--max-elements N] [--max-output BYTES] [FILE...]\n";
 
 // Returns false after printing a usage error.
 bool ParseOptions(const Args& args, FillOptions& o) {
@@ -41,7 +43,9 @@ bool ParseOptions(const Args& args, FillOptions& o) {
       return true;
     };
     std::string v;
-    if (a == "-o" || a == "--output") {
+    if (int taken = ParseTrustOption(args, i, o.trust, true, "fill"); taken != 0) {
+      if (taken < 0) return false;
+    } else if (a == "-o" || a == "--output") {
       if (!value(o.output)) return false;
     } else if (a == "-I" || a == "--include") {
       if (!value(v)) return false;
@@ -97,6 +101,8 @@ int RunFill(const Args& args) {
   for (const std::string& dir : o.includes) FillerBase::IncludePath().push_back(dir);
   MathParser parser;
   MathParser::SetErrorFunction(CaptureError);
+  // The definitions are held to the same trust as the templates.
+  ApplyTrust(o.trust, parser.policy());
   for (const auto& [name, expr] : o.defines) {
     g_message.clear();
     symtab* value = parser.Evaluate(const_cast<char*>(expr.c_str()));
