@@ -18,6 +18,7 @@
 #include "quorvix/symtab.h"
 
 class MessageServiceBase;
+struct StatsPacket;
 class VQApplicationInfo;
 struct MdlMemberFunctionInfo;
 struct Tcl_Interp;
@@ -126,6 +127,15 @@ class MathParser {
   static void SetAppInfo(VQApplicationInfo* info) { s_app_info = info; }
   static VQApplicationInfo* GetAppInfo() { return s_app_info; }
 
+  // Statistics packet ------------------------------------------------------
+  // Precomputed statistics of the host's x and y data (stat_functions.h).
+  // While one is attached, the statistics built-ins called on the variables
+  // x and y answer from it. The host owns the packet and keeps it alive (and
+  // refreshed) while it is attached; null detaches. Copies of the parser
+  // share the pointer.
+  void SetStatsPacket(StatsPacket* packet) { stats_packet_ = packet; }
+  StatsPacket* GetStatsPacket() const { return stats_packet_; }
+
   // Trust and resources --------------------------------------------------
   // The policy this parser consults; copies of the parser (and the private
   // parsers and fillers made from it) share it.
@@ -197,6 +207,7 @@ class MathParser {
   MdlFunc mdl_funcs_[kMaxHooks] = {};
   bool allow_escape_characters_ = true;
   std::uint64_t vars_generation_ = 0;
+  StatsPacket* stats_packet_ = nullptr;  // not owned
   std::shared_ptr<quorvix::Policy> policy_ = std::make_shared<quorvix::Policy>();
 
   static std::string error_text_;

@@ -46,6 +46,12 @@ std::span<double> NumericElements(symtab& v) {
   return {};
 }
 
+symtab* NewScalar(double x) {
+  auto* v = new symtab;
+  v->SetScalar(x);
+  return v;
+}
+
 void ReduceToScalar(symtab& v, double x) {
   v.SetScalar(x);
   v.rows = 1;

@@ -69,6 +69,10 @@ inline std::span<const double> NumericElements(const symtab& v) {
   return NumericElements(const_cast<symtab&>(v));
 }
 
+// A new anonymous scalar record holding x, for handlers that read their
+// arguments without taking them.
+symtab* NewScalar(double x);
+
 // Turns any record into a scalar holding x: frees the payload, kind 1,
 // rows = cols = 1. Name and flags stay.
 void ReduceToScalar(symtab& v, double x);

@@ -8,8 +8,8 @@ namespace quorvix {
 void RegisterBuiltins() {
   using Family = std::span<const BuiltinEntry> (*)();
   static constexpr Family kFamilies[] = {
-      ElementaryBuiltins,
-      LinalgBuiltins,
+      ElementaryBuiltins, LinalgBuiltins,       VectorConstructionBuiltins,
+      ReductionBuiltins,  CurveMeasureBuiltins,
   };
   for (Family family : kFamilies)
     for (const BuiltinEntry& e : family())

@@ -41,8 +41,8 @@ pcre2_code* Code(void* p) { return static_cast<pcre2_code*>(p); }
 Regex::Regex(std::string_view pattern) {
   int code = 0;
   PCRE2_SIZE at = 0;
-  code_ = pcre2_compile(reinterpret_cast<PCRE2_SPTR>(pattern.data()), pattern.size(), 0, &code,
-                        &at, nullptr);
+  code_ = pcre2_compile(reinterpret_cast<PCRE2_SPTR>(pattern.data()), pattern.size(), 0, &code, &at,
+                        nullptr);
   if (code_ == nullptr) error_ = ErrorText(code) + " at offset " + std::to_string(at);
 }
 
