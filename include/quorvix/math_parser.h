@@ -100,10 +100,11 @@ class MathParser {
   // Function registry (process-wide) -------------------------------------
   static int AddFunc(const char* name, BuiltinHandler handler, int nargs);
   // As above, with the handler's quorvix::CallFlag bits (a call the parser's
-  // policy refuses reports why and never reaches the handler) and, for a pure
-  // element-wise handler, its function of one number (or null).
+  // policy refuses reports why and never reaches the handler), for a pure
+  // element-wise handler its function of one number (or null), and whether
+  // it reads its arguments in place (funtab::reads_in_place).
   static int AddFunc(const char* name, BuiltinHandler handler, int nargs, unsigned call_flags,
-                     double (*scalar_kernel)(double));
+                     double (*scalar_kernel)(double), bool reads_in_place = false);
   static int AddContextFunc(const char* name, ContextHandler handler, void* context, int nargs);
   static void RemoveFunc(const char* name);
   static void RemoveUserFn(const char* name);

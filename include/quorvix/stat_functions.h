@@ -66,8 +66,7 @@ class StatFunctions {
 
   // Curve length, absolute and signed area and centroid of the points
   // (x[i], y[i]), i < n, into the packet's curve entries.
-  static void CurveLengthArea(const double* x, const double* y, std::size_t n,
-                              StatsPacket* packet);
+  static void CurveLengthArea(const double* x, const double* y, std::size_t n, StatsPacket* packet);
 
   // qsort comparator for an array of pointers to doubles: ascending by the
   // values pointed at, NaN after every number (so the order is total).

@@ -13,7 +13,8 @@ void RegisterBuiltins() {
   };
   for (Family family : kFamilies)
     for (const BuiltinEntry& e : family())
-      MathParser::AddFunc(e.name, e.handler, e.nargs, e.call_flags, e.scalar_kernel);
+      MathParser::AddFunc(e.name, e.handler, e.nargs, e.call_flags, e.scalar_kernel,
+                          e.reads_in_place);
 }
 
 namespace {

@@ -22,8 +22,8 @@
 namespace quorvix {
 namespace {
 
-using builtins::ArgumentMustBe;
 using builtins::Args;
+using builtins::ArgumentMustBe;
 using builtins::IsNumber;
 using builtins::IsNumeric;
 using builtins::IsVectorLike;
@@ -131,7 +131,8 @@ symtab* Derivative(sym_list* list) {
   auto slope = [](double dy, double dx) { return dx == 0.0 ? kSteep : dy / dx; };
   std::vector<double> out(n);
   out[0] = slope(ys[1] - ys[0], xs[1] - xs[0]);
-  for (std::size_t i = 1; i + 1 < n; ++i) out[i] = slope(ys[i + 1] - ys[i - 1], xs[i + 1] - xs[i - 1]);
+  for (std::size_t i = 1; i + 1 < n; ++i)
+    out[i] = slope(ys[i + 1] - ys[i - 1], xs[i + 1] - xs[i - 1]);
   out[n - 1] = slope(ys[n - 1] - ys[n - 2], xs[n - 1] - xs[n - 2]);
   std::copy(out.begin(), out.end(), xs.begin());
   return args.Release(x);
@@ -272,33 +273,33 @@ constexpr unsigned kNone = kNoCallFlags;
 constexpr BuiltinEntry kCurveMeasureBuiltins[] = {
     {"absarea",     CurveMeasure<Measure::kAbsArea>,    2, kNone, nullptr,
      "absarea(x, y)", "area between the curve (x, y) and the x axis, all counted positive",
-     "absarea({0, 1, 2}, {1, -1, 1})"},
+     "absarea({0, 1, 2}, {1, -1, 1})", true},
     {"bins",        BinCentres,                         2, kNone, nullptr,
-     "bins(v, n)", "centres of n equal bins spanning the range of v", "bins({0, 10}, 5)"},
+     "bins(v, n)", "centres of n equal bins spanning the range of v", "bins({0, 10}, 5)", true},
     {"centroid",    CurveMeasure<Measure::kCentroid>,   2, kNone, nullptr,
      "centroid(x, y)", "centre (cx, cy) of the area between the curve (x, y) and the x axis",
-     "centroid({0, 2}, {1, 1})"},
+     "centroid({0, 2}, {1, 1})", true},
     {"curvelength", CurveMeasure<Measure::kLength>,     2, kNone, nullptr,
      "curvelength(x, y)", "length of the polyline through the points (x, y)",
-     "curvelength({0, 3}, {0, 4})"},
+     "curvelength({0, 3}, {0, 4})", true},
     {"derivative",  Derivative,                         2, kNone, nullptr,
      "derivative(x, y)", "dy/dx at each point: central differences, one-sided at the ends",
-     "derivative({0, 1, 2}, {0, 1, 4})"},
+     "derivative({0, 1, 2}, {0, 1, 4})", true},
     {"integral",    Integral,                           1, kNone, nullptr,
      "integral(x, y)", "running trapezoid integral of y over x, starting at 0",
-     "integral({0, 1, 2}, {1, 1, 1})"},
+     "integral({0, 1, 2}, {1, 1, 1})", true},
     {"intercepts",  Intercepts,                         2, kNone, nullptr,
      "intercepts(x, y)", "column of the x positions where the curve (x, y) meets zero",
-     "intercepts({0, 1, 2}, {-1, 1, 0})"},
+     "intercepts({0, 1, 2}, {-1, 1, 0})", true},
     {"pdf",         Histogram,                          2, kNone, nullptr,
      "pdf(v, n)", "counts of the elements of v in n equal bins spanning its range",
-     "pdf({1, 2, 2, 3, 9}, 4)"},
+     "pdf({1, 2, 2, 3, 9}, 4)", true},
     {"peaks",       Peaks,                              1, kNone, nullptr,
      "peaks(v [, mode])", "column of the indices of local maxima (mode > 0), minima (mode < 0) "
-     "or both (0); -1 when none", "peaks({0, 2, 1, 3, 0}, 1)"},
+     "or both (0); -1 when none", "peaks({0, 2, 1, 3, 0}, 1)", true},
     {"signedarea",  CurveMeasure<Measure::kSignedArea>, 1, kNone, nullptr,
      "signedarea(x, y)", "area between the curve (x, y) and the x axis, negative below it",
-     "signedarea({0, 1, 2}, {1, -1, 1})"},
+     "signedarea({0, 1, 2}, {1, -1, 1})", true},
 };
 // clang-format on
 

@@ -42,7 +42,7 @@ double Itself(double x) { return x; }
 double Zero(double) { return 0.0; }
 
 struct Reduction {
-  double (*of_values)(Values);          // of a numeric array's elements
+  double (*of_values)(Values);            // of a numeric array's elements
   double (*in_place)(std::span<double>);  // instead, when it reorders them
   double (*of_scalar)(double);
   PacketEntries packet;
@@ -78,13 +78,13 @@ constexpr Reduction kSkewness{numerics::Skewness, nullptr, Zero, Block(StatsPack
 constexpr Reduction kRms{numerics::Rms, nullptr, Itself, Block(StatsPacket::kRms)};
 constexpr Reduction kAvgDev{numerics::AvgDev, nullptr, Zero, Block(StatsPacket::kAvgDev)};
 constexpr Reduction kMedian{nullptr, numerics::MedianInPlace, Itself, Block(StatsPacket::kMedian)};
-constexpr Reduction kDelta{numerics::Delta, nullptr, Zero,
-                           {StatsPacket::kDeltaX, StatsPacket::kDeltaY}};
+constexpr Reduction kDelta{
+    numerics::Delta, nullptr, Zero, {StatsPacket::kDeltaX, StatsPacket::kDeltaY}};
 constexpr Reduction kZeroCrossings{numerics::ZeroCrossings, nullptr, Zero,
                                    Block(StatsPacket::kZeroCrossings)};
-constexpr Reduction kMax{numerics::Max,           nullptr, Itself, Block(StatsPacket::kMax),
+constexpr Reduction kMax{numerics::Max,  nullptr, Itself, Block(StatsPacket::kMax),
                          ErrorAt::kCall, true};
-constexpr Reduction kMin{numerics::Min,           nullptr, Itself, Block(StatsPacket::kMin),
+constexpr Reduction kMin{numerics::Min,  nullptr, Itself, Block(StatsPacket::kMin),
                          ErrorAt::kCall, true};
 
 // The first index whose element beats every earlier one (and the start
@@ -117,40 +117,40 @@ constexpr unsigned kNone = kNoCallFlags;
 constexpr BuiltinEntry kReductionBuiltins[] = {
     {"avgdev",        Reduce<kAvgDev>,        1, kNone, nullptr,
      "avgdev(v)", "mean absolute deviation of the elements of v from their mean",
-     "avgdev({1, 2, 3, 6})"},
+     "avgdev({1, 2, 3, 6})", true},
     {"delta",         Reduce<kDelta>,         1, kNone, nullptr,
-     "delta(v)", "last element of v minus its first", "delta({2, 5, 9})"},
+     "delta(v)", "last element of v minus its first", "delta({2, 5, 9})", true},
     {"indexofmax",    IndexOfExtreme<true>,   1, kNone, nullptr,
      "indexofmax(v)", "0-based index of the first largest element of the array v",
-     "indexofmax({1, 5, 5})"},
+     "indexofmax({1, 5, 5})", true},
     {"indexofmin",    IndexOfExtreme<false>,  1, kNone, nullptr,
      "indexofmin(v)", "0-based index of the first smallest element of the array v",
-     "indexofmin({4, 2, 2})"},
+     "indexofmin({4, 2, 2})", true},
     {"invcdf",        builtins::Elementwise<numerics::NormalQuantile, kQuantileErrors>, 1, kNone,
      nullptr,
      "invcdf(p)", "inverse of the standard normal distribution function, element by element "
-     "(-99999 for p <= 0, 99999 for p >= 1)", "invcdf({0.1, 0.5, 0.975})"},
+     "(-99999 for p <= 0, 99999 for p >= 1)", "invcdf({0.1, 0.5, 0.975})", true},
     {"max",           Reduce<kMax>,           1, kNone, nullptr,
-     "max(v)", "largest element of v (NaN never wins)", "max({2, 7, 1})"},
+     "max(v)", "largest element of v (NaN never wins)", "max({2, 7, 1})", true},
     {"mean",          Reduce<kMean>,          1, kNone, nullptr,
-     "mean(v)", "arithmetic mean of all elements of v", "mean({1, 2, 3, 4})"},
+     "mean(v)", "arithmetic mean of all elements of v", "mean({1, 2, 3, 4})", true},
     {"median",        Reduce<kMedian>,        1, kNone, nullptr,
      "median(v)", "middle element of v in ascending order, or the mean of the two middle ones",
-     "median({3, 1, 2, 10})"},
+     "median({3, 1, 2, 10})", true},
     {"min",           Reduce<kMin>,           1, kNone, nullptr,
-     "min(v)", "smallest element of v (NaN never wins)", "min({2, 7, 1})"},
+     "min(v)", "smallest element of v (NaN never wins)", "min({2, 7, 1})", true},
     {"rms",           Reduce<kRms>,           1, kNone, nullptr,
-     "rms(v)", "root mean square of the elements of v", "rms({3, 4})"},
+     "rms(v)", "root mean square of the elements of v", "rms({3, 4})", true},
     {"skewness",      Reduce<kSkewness>,      1, kNone, nullptr,
-     "skewness(v)", "sample skewness of the elements of v", "skewness({1, 2, 3, 10})"},
+     "skewness(v)", "sample skewness of the elements of v", "skewness({1, 2, 3, 10})", true},
     {"sum",           Reduce<kSum>,           1, kNone, nullptr,
-     "sum(v)", "sum of all elements of v", "sum({1, 2, 3, 4})"},
+     "sum(v)", "sum of all elements of v", "sum({1, 2, 3, 4})", true},
     {"variance",      Reduce<kVariance>,      1, kNone, nullptr,
      "variance(v)", "sample variance (divisor n - 1) of the elements of v",
-     "variance({1, 2, 3, 4})"},
+     "variance({1, 2, 3, 4})", true},
     {"zerocrossings", Reduce<kZeroCrossings>, 1, kNone, nullptr,
      "zerocrossings(v)", "number of sign changes between neighbouring elements of v",
-     "zerocrossings({1, -1, 1})"},
+     "zerocrossings({1, -1, 1})", true},
 };
 // clang-format on
 

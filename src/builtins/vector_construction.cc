@@ -20,8 +20,8 @@
 namespace quorvix {
 namespace {
 
-using builtins::ArgumentMustBe;
 using builtins::Args;
+using builtins::ArgumentMustBe;
 using builtins::ErrorAt;
 using builtins::IsArray;
 using builtins::IsNumber;
@@ -249,20 +249,20 @@ constexpr unsigned kNone = kNoCallFlags;
 constexpr BuiltinEntry kVectorConstructionBuiltins[] = {
     {"array",       Array,        1, kNone, nullptr,
      "array(n) | array(rows, cols)", "row of n zeros, or a rows x cols matrix of zeros",
-     "array(2, 3)"},
+     "array(2, 3)", true},
     {"cat",         Cat,          2, kNone, nullptr,
      "cat(a, b, ...)", "column of all elements of numbers and vectors, or list of all strings, "
-     "in order", "cat({1, 2}, 3)"},
+     "in order", "cat({1, 2}, 3)", true},
     {"rand",        Rand,         1, kNone, nullptr,
-     "rand()", "random number in [0, 1] in steps of 1/32767", "rand()"},
+     "rand()", "random number in [0, 1] in steps of 1/32767", "rand()", true},
     {"size",        Size,         1, kNone, nullptr,
      "size(v)", "(rows, cols) of an array, (1, 1) of a number, the length of each string",
-     "size(array(2, 3))"},
+     "size(array(2, 3))", true},
     {"stringarray", StringArray,  1, kNone, nullptr,
-     "stringarray(n)", "list of n empty strings", "numpts(stringarray(3))"},
+     "stringarray(n)", "list of n empty strings", "numpts(stringarray(3))", true},
     {"subrange",    Subrange,     3, kNone, nullptr,
      "subrange(v, start, end)", "indices of the first run of elements of v within [start, end]",
-     "subrange({5, 1, 2, 3, 9}, 1, 3)"},
+     "subrange({5, 1, 2, 3, 9}, 1, 3)", true},
 };
 // clang-format on
 

@@ -46,8 +46,8 @@ std::array<double, K> PairwiseSums(const double* x, std::size_t n, const Terms& 
       }
     }
     for (std::size_t k = 0; k < K; ++k)
-      out[k] = ((r[k][0] + r[k][1]) + (r[k][2] + r[k][3])) +
-               ((r[k][4] + r[k][5]) + (r[k][6] + r[k][7]));
+      out[k] =
+          ((r[k][0] + r[k][1]) + (r[k][2] + r[k][3])) + ((r[k][4] + r[k][5]) + (r[k][6] + r[k][7]));
     for (; i < n; ++i) {
       terms(x[i], t);
       for (std::size_t k = 0; k < K; ++k) out[k] += t[k];
