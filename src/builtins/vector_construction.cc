@@ -9,6 +9,7 @@
 #include <cstddef>
 #include <cstring>
 #include <ctime>
+#include <memory>
 #include <new>
 #include <string>
 #include <vector>
@@ -69,6 +70,17 @@ symtab* NewArray(long long rows, long long cols, const char* out_of_memory, bool
   return v;
 }
 
+// A record that is freed unless released, for results built in steps that
+// may throw.
+using OwnedRecord = std::unique_ptr<symtab, void (*)(symtab*)>;
+
+// A list of n null strings (which a record frees as well as real ones).
+OwnedRecord NewStringList(long long n) {
+  OwnedRecord v(new symtab, [](symtab* s) { s->Delete(); });
+  v->SetStrings(new char*[static_cast<std::size_t>(n)](), static_cast<int>(n));
+  return v;
+}
+
 symtab* Array(sym_list* list) {
   Args args(list);
   if (!args.HasCount(1, 2)) return nullptr;
@@ -97,11 +109,9 @@ symtab* StringArray(sym_list* list) {
   const long long n = Truncate(args.Peek(0)->value);
   if (n <= 0) return args.Fail(builtins::kSizeNotPositive);
   if (!ElementCountFits(1, n)) return args.Fail(ArrayTooLargeMessage().c_str());
-  auto* v = new symtab;
-  char** strings = new char*[static_cast<std::size_t>(n)];
-  for (long long i = 0; i < n; ++i) strings[i] = newstrdup("");
-  v->SetStrings(strings, static_cast<int>(n));
-  return args.Release(v);
+  OwnedRecord v = NewStringList(n);
+  for (long long i = 0; i < n; ++i) v->str_list[i] = newstrdup("");
+  return args.Release(v.release());
 }
 
 // Numbers: a column of every element of every argument in order. Strings: a
@@ -128,27 +138,25 @@ symtab* Cat(sym_list* list) {
     return args.Release(out);
   }
   long long strings = 0;
-  std::size_t bytes = 0;
   for (int i = 0; i < args.size(); ++i) {
     const symtab* v = args.Peek(i);
     if (v == nullptr || !IsStrings(*v)) return args.Fail(kCannotMix, ErrorAt::kComma);
     strings += v->num_strings;
-    for (int k = 0; k < v->num_strings; ++k) bytes += std::strlen(v->str_list[k]) + 1;
   }
   if (strings <= 1) return args.Fail(kCannotMix, ErrorAt::kComma);
   if (!ElementCountFits(1, strings))
     return args.Fail(ArrayTooLargeMessage().c_str(), ErrorAt::kComma);
-  if (bytes > CurrentLimits().elements * sizeof(double))
+  try {
+    OwnedRecord out = NewStringList(strings);
+    std::size_t k = 0;
+    for (int i = 0; i < args.size(); ++i) {
+      const symtab* v = args.Peek(i);
+      for (int s = 0; s < v->num_strings; ++s) out->str_list[k++] = newstrdup(v->str_list[s]);
+    }
+    return args.Release(out.release());
+  } catch (const std::bad_alloc&) {
     return args.Fail(kCatOutOfMemory, ErrorAt::kComma);
-  char** out = new char*[static_cast<std::size_t>(strings)];
-  std::size_t k = 0;
-  for (int i = 0; i < args.size(); ++i) {
-    const symtab* v = args.Peek(i);
-    for (int s = 0; s < v->num_strings; ++s) out[k++] = newstrdup(v->str_list[s]);
   }
-  auto* v = new symtab;
-  v->SetStrings(out, static_cast<int>(strings));
-  return args.Release(v);
 }
 
 // The indices of the first run of elements within [start, end], in x's

@@ -32,9 +32,8 @@ bool HasNaN(Values v) {
 }  // namespace
 
 double PairwiseSum(const double* x, std::size_t n) {
-  // numpy starts its reduction from the identity, which turns a sum of -0.0
-  // into 0.0; so do we.
-  return 0.0 + PairwiseSums<1>(x, n, [](double e, double* t) { t[0] = e; })[0];
+  // Starting from 0, as numpy's reduction does, turns a sum of -0.0 into 0.0.
+  return PairwiseSums<1>(x, n, [](double e, double* t) { t[0] = e; })[0];
 }
 
 double Sum(Values v) { return PairwiseSum(v.data(), v.size()); }
@@ -93,16 +92,33 @@ double MedianInPlace(std::span<double> v) {
   return (lower + upper) / 2.0;
 }
 
+// The extreme by strict comparison from `start`. Eight running extremes
+// keep the comparisons independent (and vectorisable); NaN never enters
+// one, so combining them gives the value a single scan finds. Only the sign
+// of a zero could come out otherwise (0 and -0 compare equal, and a scan
+// keeps the first): a zero result is found again by the scan.
+template <class Beats>
+double Extreme(Values v, double start, Beats beats) {
+  double m[8] = {start, start, start, start, start, start, start, start};
+  std::size_t i = 0;
+  for (; i + 8 <= v.size(); i += 8)
+    for (std::size_t j = 0; j < 8; ++j) m[j] = beats(v[i + j], m[j]) ? v[i + j] : m[j];
+  double r = start;
+  for (double x : m) r = beats(x, r) ? x : r;
+  for (; i < v.size(); ++i) r = beats(v[i], r) ? v[i] : r;
+  if (r == 0.0) {
+    r = start;
+    for (double x : v) r = beats(x, r) ? x : r;
+  }
+  return r;
+}
+
 double Max(Values v) {
-  double m = -DBL_MAX;
-  for (double x : v) m = x > m ? x : m;
-  return m;
+  return Extreme(v, -DBL_MAX, [](double x, double m) { return x > m; });
 }
 
 double Min(Values v) {
-  double m = DBL_MAX;
-  for (double x : v) m = x < m ? x : m;
-  return m;
+  return Extreme(v, DBL_MAX, [](double x, double m) { return x < m; });
 }
 
 double ZeroCrossings(Values v) {

@@ -98,14 +98,28 @@ TEST_F(StatsPacketTest, StatisticsOfXAndYAnswerFromThePacket) {
     const char* expected;
   };
   const Row rows[] = {
-      {"mean(x)", "109"},          {"avgdev(x)", "110"},      {"variance(x)", "112"},
-      {"skewness(x)", "113"},      {"rms(x)", "114"},         {"median(x)", "115"},
-      {"min(x)", "116"},           {"max(x)", "117"},         {"zerocrossings(x)", "118"},
-      {"delta(x)", "107"},         {"delta(y)", "108"},       {"mean(y)", "120"},
-      {"zerocrossings(y)", "129"}, {"MEAN(Y)", "120"},        {"curvelength(x, y)", "101"},
-      {"absarea(x, y)", "102"},    {"signedarea(x, y)", "103"}, {"centroid(x, y)", "104, 105"},
+      {"mean(x)", "109"},
+      {"avgdev(x)", "110"},
+      {"variance(x)", "112"},
+      {"skewness(x)", "113"},
+      {"rms(x)", "114"},
+      {"median(x)", "115"},
+      {"min(x)", "116"},
+      {"max(x)", "117"},
+      {"zerocrossings(x)", "118"},
+      {"delta(x)", "107"},
+      {"delta(y)", "108"},
+      {"mean(y)", "120"},
+      {"zerocrossings(y)", "129"},
+      {"MEAN(Y)", "120"},
+      {"curvelength(x, y)", "101"},
+      {"absarea(x, y)", "102"},
+      {"signedarea(x, y)", "103"},
+      {"centroid(x, y)", "104, 105"},
       // Not answered: sum has no entry; the curves only for (x, y).
-      {"sum(x)", "9"},             {"curvelength(y, x)", "8.59524"}, {"mean(x+0)", "3"},
+      {"sum(x)", "9"},
+      {"curvelength(y, x)", "8.59524"},
+      {"mean(x+0)", "3"},
   };
   for (const Row& r : rows) EXPECT_EQ(Eval(r.text), r.expected) << r.text;
 }
