@@ -5,6 +5,10 @@
 #include <cmath>
 #include <limits>
 
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
 #include "numerics/summation.h"
 #include "quorvix/stat_functions.h"
 
@@ -30,6 +34,7 @@ bool HasNaN(Values v) {
 }
 
 }  // namespace
+
 
 double PairwiseSum(const double* x, std::size_t n) {
   // Starting from 0, as numpy's reduction does, turns a sum of -0.0 into 0.0.
@@ -92,20 +97,38 @@ double MedianInPlace(std::span<double> v) {
   return (lower + upper) / 2.0;
 }
 
-// The extreme by strict comparison from `start`. Eight running extremes
-// keep the comparisons independent (and vectorisable); NaN never enters
-// one, so combining them gives the value a single scan finds. Only the sign
-// of a zero could come out otherwise (0 and -0 compare equal, and a scan
-// keeps the first): a zero result is found again by the scan.
-template <class Beats>
-double Extreme(Values v, double start, Beats beats) {
-  double m[8] = {start, start, start, start, start, start, start, start};
+namespace {
+
+// The extreme by strict comparison from `start`: x replaces m when
+// beats(x, m). Eight running extremes keep the comparisons independent; NaN
+// never enters one, so combining them gives the value a single scan finds.
+// Only the sign of a zero could come out otherwise (0 and -0 compare equal,
+// and a scan keeps the first): a zero result is found again by the scan.
+// SSE2's maxpd(x, m) and minpd(x, m) are exactly "x > m ? x : m" and
+// "x < m ? x : m", NaN included, two lanes at a time.
+template <bool Largest>
+double Extreme(Values v, double start) {
+  auto beats = [](double x, double m) { return Largest ? x > m : x < m; };
+  const double* p = v.data();
+  const std::size_t n = v.size();
   std::size_t i = 0;
-  for (; i + 8 <= v.size(); i += 8)
-    for (std::size_t j = 0; j < 8; ++j) m[j] = beats(v[i + j], m[j]) ? v[i + j] : m[j];
+  double m[8] = {start, start, start, start, start, start, start, start};
+#if defined(__SSE2__)
+  __m128d acc[4];
+  for (__m128d& a : acc) a = _mm_set1_pd(start);
+  for (; i + 8 <= n; i += 8)
+    for (int j = 0; j < 4; ++j) {
+      const __m128d x = _mm_loadu_pd(p + i + 2 * j);
+      acc[j] = Largest ? _mm_max_pd(x, acc[j]) : _mm_min_pd(x, acc[j]);
+    }
+  for (int j = 0; j < 4; ++j) _mm_storeu_pd(m + 2 * j, acc[j]);
+#else
+  for (; i + 8 <= n; i += 8)
+    for (std::size_t j = 0; j < 8; ++j) m[j] = beats(p[i + j], m[j]) ? p[i + j] : m[j];
+#endif
   double r = start;
   for (double x : m) r = beats(x, r) ? x : r;
-  for (; i < v.size(); ++i) r = beats(v[i], r) ? v[i] : r;
+  for (; i < n; ++i) r = beats(p[i], r) ? p[i] : r;
   if (r == 0.0) {
     r = start;
     for (double x : v) r = beats(x, r) ? x : r;
@@ -113,13 +136,11 @@ double Extreme(Values v, double start, Beats beats) {
   return r;
 }
 
-double Max(Values v) {
-  return Extreme(v, -DBL_MAX, [](double x, double m) { return x > m; });
-}
+}  // namespace
 
-double Min(Values v) {
-  return Extreme(v, DBL_MAX, [](double x, double m) { return x < m; });
-}
+double Max(Values v) { return Extreme<true>(v, -DBL_MAX); }
+
+double Min(Values v) { return Extreme<false>(v, DBL_MAX); }
 
 double ZeroCrossings(Values v) {
   double count = 0.0;
