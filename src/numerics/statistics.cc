@@ -35,7 +35,6 @@ bool HasNaN(Values v) {
 
 }  // namespace
 
-
 double PairwiseSum(const double* x, std::size_t n) {
   // Starting from 0, as numpy's reduction does, turns a sum of -0.0 into 0.0.
   return PairwiseSums<1>(x, n, [](double e, double* t) { t[0] = e; })[0];
