@@ -16,6 +16,7 @@
 #include <cstring>
 #include <fstream>
 #include <map>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -151,6 +152,11 @@ std::string CpuModel() {
 
 // numpy peer -------------------------------------------------------------------
 
+struct NumpyStat {
+  Timing timing;
+  double value = 0;
+};
+
 struct NumpyResult {
   bool ok = false;
   std::string error;
@@ -158,6 +164,7 @@ struct NumpyResult {
   Timing timing;
   double checksum = 0;
   std::map<long, double> samples;
+  std::map<std::string, NumpyStat> stats;  // by statistics row name
 };
 
 std::string ShellQuote(const std::string& s) {
@@ -178,7 +185,8 @@ bool WriteDoubles(const std::string& path, const std::vector<double>& v) {
   return std::fclose(f) == 0 && ok;
 }
 
-NumpyResult RunNumpy(const Options& o, const std::vector<double>& x, const std::vector<double>& y) {
+NumpyResult RunNumpy(const Options& o, const std::vector<double>& x, const std::vector<double>& y,
+                     const std::string& stat_names) {
   NumpyResult res;
   const char* tmp = std::getenv("TMPDIR");
   std::string dir_template = std::string(tmp && *tmp ? tmp : "/tmp") + "/quorvix-bench-XXXXXX";
@@ -200,6 +208,7 @@ NumpyResult RunNumpy(const Options& o, const std::vector<double>& x, const std::
     setenv("MKL_NUM_THREADS", "1", 1);
     std::string cmd = ShellQuote(o.python) + " " + ShellQuote(o.numpy_script) + " " +
                       ShellQuote(xs) + " " + ShellQuote(ys) + " " + std::to_string(o.vector_reps);
+    if (!stat_names.empty()) cmd += " " + ShellQuote(stat_names);
     std::FILE* p = popen(cmd.c_str(), "r");
     if (p == nullptr) {
       res.error = "cannot start " + o.python;
@@ -222,6 +231,17 @@ NumpyResult RunNumpy(const Options& o, const std::vector<double>& x, const std::
         } else if (key == "checksum") {
           res.checksum = std::strtod(val.c_str(), nullptr);  // hex float
           have_sum = true;
+        } else if (key == "stat") {
+          // NAME:BEST_MS:MEAN_MS:VALUE
+          auto c1 = val.find(':');
+          auto c2 = c1 == std::string::npos ? c1 : val.find(':', c1 + 1);
+          auto c3 = c2 == std::string::npos ? c2 : val.find(':', c2 + 1);
+          if (c3 != std::string::npos) {
+            NumpyStat& st = res.stats[val.substr(0, c1)];
+            st.timing.best_ms = std::strtod(val.c_str() + c1 + 1, nullptr);
+            st.timing.mean_ms = std::strtod(val.c_str() + c2 + 1, nullptr);
+            st.value = std::strtod(val.c_str() + c3 + 1, nullptr);
+          }
         } else if (key == "sample") {
           auto colon = val.find(':');
           if (colon != std::string::npos)
@@ -273,6 +293,67 @@ void Row(const char* label, const char* unit, const std::string& q, const std::s
   std::printf("%-28s %-8s %10s  %-11s %10s  %10s  %9s  %-6s %-6s %9s\n", label, unit, q.c_str(),
               peer_name.c_str(), peer.c_str(), floor.c_str(), q_peer.c_str(), target.c_str(),
               verdict.c_str(), q_floor.c_str());
+}
+
+// Statistics of long vectors, each against numpy doing the same (the names
+// are the keys of numpy_peer.py's STATS). x is the vector input; a and b are
+// the first halves of x and y. A row is one line here and one in STATS.
+struct StatsRow {
+  const char* name;
+  const char* expression;
+  double tolerance;  // relative; 0: bit for bit
+};
+constexpr StatsRow kStatsRows[] = {
+    {"sum", "sum(x)", 0},
+    {"mean", "mean(x)", 0},
+    // One-pass formula against numpy's two passes: equal to rounding.
+    {"variance", "variance(x)", 1e-10},
+    {"median", "median(x)", 0},
+    {"max", "max(x)", 0},
+    {"cat", "cat(a, b)", 0},
+};
+
+std::string StatNames() {
+  std::string names;
+  for (const StatsRow& r : kStatsRows) names += std::string(names.empty() ? "" : ",") + r.name;
+  return names;
+}
+
+struct StatsTiming {
+  Timing timing;
+  double value = 0;  // the scalar, or the left-to-right sum of an array
+};
+
+// Times each row's expression, parsed once, on a parser holding x, a and b.
+std::vector<StatsTiming> TimeStatsRows(const Options& o, const std::vector<double>& x,
+                                       const std::vector<double>& y) {
+  MathParser p;
+  const std::size_t half = x.size() / 2;
+  bench::AddRowVector(p, "x", x);
+  bench::AddRowVector(p, "a", std::vector<double>(x.begin(), x.begin() + half));
+  bench::AddRowVector(p, "b", std::vector<double>(y.begin(), y.begin() + half));
+  std::vector<StatsTiming> out;
+  for (const StatsRow& row : kStatsRows) {
+    std::unique_ptr<MathParserExpression> e(p.CreateExpression(row.expression));
+    auto evaluate = [&] {
+      symtab* r = e ? p.Evaluate(e.get()) : nullptr;
+      if (r == nullptr) {
+        std::fprintf(stderr, "quorvix %s failed: %s\n", row.expression,
+                     MathParser::ErrorText().c_str());
+        std::exit(1);
+      }
+      return r;
+    };
+    StatsTiming t;
+    symtab* r = evaluate();  // warm-up, and the value checked
+    t.value = r->type == SYM_SCALAR ? r->value
+                                    : bench::Sum(r->data, static_cast<std::size_t>(r->rows) *
+                                                              static_cast<std::size_t>(r->cols));
+    r->Delete();
+    t.timing = TimeEach(o.vector_reps, false, [&] { evaluate()->Delete(); });
+    out.push_back(t);
+  }
+  return out;
 }
 
 }  // namespace
@@ -403,7 +484,7 @@ int main(int argc, char** argv) {
     cv_cold = TimeEach(o.vector_reps, true, native_once);
 
     if (o.numpy) {
-      np = RunNumpy(o, x, y);
+      np = RunNumpy(o, x, y, StatNames());
       if (np.ok) {
         if (!Close(qv_sum, np.checksum, 1e-13)) {
           std::printf("MISMATCH vector checksum: quorvix %.17g, numpy %.17g\n", qv_sum,
@@ -457,6 +538,24 @@ int main(int argc, char** argv) {
       have_np ? Num(np.timing.best_ms, 3) : "-", peers ? Num(cv_cold.best_ms, 3) : "-",
       have_np ? Ratio(qv_cold.best_ms, np.timing.best_ms) : "-", "", "",
       peers ? Ratio(qv_cold.best_ms, cv_cold.best_ms) : "-");
+  const std::vector<StatsTiming> stats = TimeStatsRows(o, x, y);
+  for (std::size_t i = 0; i < stats.size(); ++i) {
+    const StatsRow& row = kStatsRows[i];
+    auto it = have_np ? np.stats.find(row.name) : np.stats.end();
+    const bool peer = it != np.stats.end();
+    const std::string label = (i == 0 ? "4 " : "  ") + std::string(row.expression);
+    Row(label.c_str(), "ms/eval", Num(stats[i].timing.best_ms, 3), "numpy",
+        peer ? Num(it->second.timing.best_ms, 3) : "-", "-",
+        peer ? Ratio(stats[i].timing.best_ms, it->second.timing.best_ms) : "-", "<=1x",
+        peer ? verdict(stats[i].timing.best_ms / it->second.timing.best_ms, 1) : "", "-");
+    if (peer) {
+      const double a = stats[i].value, b = it->second.value;
+      if (row.tolerance == 0 ? a != b : !Close(a, b, row.tolerance)) {
+        std::printf("MISMATCH %s: quorvix %.17g, numpy %.17g\n", row.expression, a, b);
+        honest = false;
+      }
+    }
+  }
   std::printf("\n1: %s, %ld evaluations, a changes every time; peer muparser %s\n",
               bench::kScalarFormula, n_scalar, mu_version.c_str());
   std::printf("2: Evaluate(char*) of the same text, %ld times (parse cache)\n", n_reparse);
@@ -465,6 +564,9 @@ int main(int argc, char** argv) {
       "   default allocator; quorvix and plain C++ run with freed heap memory kept for\n"
       "   reuse, and again with it returned to the system before each evaluation\n",
       bench::kVectorFormula, n, o.vector_reps, have_np ? np.version.c_str() : "-");
+  std::printf(
+      "4: x as in 3, a and b the first halves of x and y; numpy's equivalents (sum, mean,\n"
+      "   var with ddof=1, median, max, concatenate) timed in the same process as 3\n");
   std::printf("results %s\n", peers ? (honest ? "agree across contenders (checksums, sampled "
                                                 "elements bit for bit)"
                                               : "DISAGREE (see above)")

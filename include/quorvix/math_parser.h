@@ -18,6 +18,7 @@
 #include "quorvix/symtab.h"
 
 class MessageServiceBase;
+struct StatsPacket;
 class VQApplicationInfo;
 struct MdlMemberFunctionInfo;
 struct Tcl_Interp;
@@ -99,10 +100,11 @@ class MathParser {
   // Function registry (process-wide) -------------------------------------
   static int AddFunc(const char* name, BuiltinHandler handler, int nargs);
   // As above, with the handler's quorvix::CallFlag bits (a call the parser's
-  // policy refuses reports why and never reaches the handler) and, for a pure
-  // element-wise handler, its function of one number (or null).
+  // policy refuses reports why and never reaches the handler), for a pure
+  // element-wise handler its function of one number (or null), and whether
+  // it reads its arguments in place (funtab::reads_in_place).
   static int AddFunc(const char* name, BuiltinHandler handler, int nargs, unsigned call_flags,
-                     double (*scalar_kernel)(double));
+                     double (*scalar_kernel)(double), bool reads_in_place = false);
   static int AddContextFunc(const char* name, ContextHandler handler, void* context, int nargs);
   static void RemoveFunc(const char* name);
   static void RemoveUserFn(const char* name);
@@ -125,6 +127,15 @@ class MathParser {
   MessageServiceBase* MessageService() const;
   static void SetAppInfo(VQApplicationInfo* info) { s_app_info = info; }
   static VQApplicationInfo* GetAppInfo() { return s_app_info; }
+
+  // Statistics packet ------------------------------------------------------
+  // Precomputed statistics of the host's x and y data (stat_functions.h).
+  // While one is attached, the statistics built-ins called on the variables
+  // x and y answer from it. The host owns the packet and keeps it alive (and
+  // refreshed) while it is attached; null detaches. Copies of the parser
+  // share the pointer.
+  void SetStatsPacket(StatsPacket* packet) { stats_packet_ = packet; }
+  StatsPacket* GetStatsPacket() const { return stats_packet_; }
 
   // Trust and resources --------------------------------------------------
   // The policy this parser consults; copies of the parser (and the private
@@ -197,6 +208,7 @@ class MathParser {
   MdlFunc mdl_funcs_[kMaxHooks] = {};
   bool allow_escape_characters_ = true;
   std::uint64_t vars_generation_ = 0;
+  StatsPacket* stats_packet_ = nullptr;  // not owned
   std::shared_ptr<quorvix::Policy> policy_ = std::make_shared<quorvix::Policy>();
 
   static std::string error_text_;

@@ -124,6 +124,13 @@ struct funtab {
   // For a pure element-wise built-in without flags: the handler's function of
   // one number, which a call with one scalar argument uses instead.
   double (*scalar_kernel)(double) = nullptr;
+  // Non-zero for a plain built-in that only reads its arguments through
+  // peeks and takes (copies) any record it modifies or returns: a variable
+  // holding an array may then reach it as a view of the variable's own
+  // storage, a record with `shared` set whose `data` the handler must
+  // neither change nor free. The built-ins' argument reader (builtins::Args)
+  // gives a handler that takes such a record a copy of its own.
+  short reads_in_place = 0;
 
   funtab() = default;
   funtab(const funtab&) = delete;

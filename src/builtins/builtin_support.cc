@@ -1,6 +1,7 @@
 #include "builtins/builtin_support.h"
 
 #include <cstddef>
+#include <cstring>
 
 #include "quorvix/math_parser.h"
 
@@ -46,6 +47,12 @@ std::span<double> NumericElements(symtab& v) {
   return {};
 }
 
+symtab* NewScalar(double x) {
+  auto* v = new symtab;
+  v->SetScalar(x);
+  return v;
+}
+
 void ReduceToScalar(symtab& v, double x) {
   v.SetScalar(x);
   v.rows = 1;
@@ -66,8 +73,20 @@ bool Args::HasCount(int min, int max, ErrorAt at) const {
 }
 
 symtab* Args::Take(int i) {
-  symtab* v = list_->Take(i);
+  symtab* v = list_->args[i];
   if (v == nullptr) return nullptr;
+  // A view of a variable's array (see funtab::reads_in_place) becomes the
+  // taker's own copy; while the copy is made the list still holds the view.
+  if (v->shared) {
+    if (v->type == SYM_ARRAY && v->data != nullptr) {
+      const std::size_t n = static_cast<std::size_t>(v->rows) * static_cast<std::size_t>(v->cols);
+      double* own = new double[n];
+      std::memcpy(own, v->data, n * sizeof(double));
+      v->data = own;
+    }
+    v->shared = 0;
+  }
+  list_->Take(i);
   v->DropName();
   if (num_taken_ < kInline)
     taken_[num_taken_++] = v;

@@ -74,6 +74,10 @@ inline std::span<const double> NumericElements(const symtab& v) {
   return NumericElements(const_cast<symtab&>(v));
 }
 
+// A new anonymous scalar record holding x, for handlers that read their
+// arguments without taking them.
+symtab* NewScalar(double x);
+
 // Turns any record into a scalar holding x: frees the payload, kind 1,
 // rows = cols = 1. Name and flags stay.
 void ReduceToScalar(symtab& v, double x);
@@ -98,12 +102,13 @@ class Args {
   bool HasCount(int min, int max, ErrorAt at = ErrorAt::kCall) const;
   bool HasCount(int count, ErrorAt at = ErrorAt::kCall) const { return HasCount(count, count, at); }
 
-  // The record in slot i, still the list's; null for an empty slot.
+  // The record in slot i, still the list's, read-only (it may be a view of a
+  // variable's storage); null for an empty slot.
   const symtab* Peek(int i) const { return list_->args[i]; }
 
   // Takes slot i (the slot becomes null) and makes the record anonymous, since
-  // a result must never look like the variable it came from. Null for an
-  // empty slot.
+  // a result must never look like the variable it came from. A view of a
+  // variable's array becomes a copy the reader owns. Null for an empty slot.
   symtab* Take(int i);
   // Takes slot i and returns it when `accepts` holds for it; otherwise reports
   // `message` and returns null (a record in the slot stays taken and is freed

@@ -18,14 +18,13 @@ void AddBuiltinFamily(BuiltinFamily family) { LaterFamilies().push_back(family);
 
 void RegisterBuiltins() {
   static constexpr BuiltinFamily kFamilies[] = {
-      ElementaryBuiltins,
-      LinalgBuiltins,
-      FileBuiltins,
-      SystemBuiltins,
+      ElementaryBuiltins,         LinalgBuiltins,    FileBuiltins,         SystemBuiltins,
+      VectorConstructionBuiltins, ReductionBuiltins, CurveMeasureBuiltins,
   };
   auto add = [](BuiltinFamily family) {
     for (const BuiltinEntry& e : family())
-      MathParser::AddFunc(e.name, e.handler, e.nargs, e.call_flags, e.scalar_kernel);
+      MathParser::AddFunc(e.name, e.handler, e.nargs, e.call_flags, e.scalar_kernel,
+                          e.reads_in_place);
   };
   for (BuiltinFamily family : kFamilies) add(family);
   for (BuiltinFamily family : LaterFamilies()) add(family);

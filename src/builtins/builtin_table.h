@@ -22,6 +22,10 @@ struct BuiltinEntry {
   const char* usage;                // the call's shape: "sin(x)"
   const char* synopsis;             // one line: "sine of x (radians), element by element"
   const char* example;              // a call that evaluates as it stands: "sin(dtor(30))"
+  // The handler reads its arguments only through builtins::Args (Peek,
+  // Check, Take), so a variable's array may reach it without a copy
+  // (funtab::reads_in_place).
+  bool reads_in_place = false;
 };
 
 // CallFlag bits of a built-in that touches nothing beyond its arguments.
@@ -32,6 +36,9 @@ std::span<const BuiltinEntry> ElementaryBuiltins();
 std::span<const BuiltinEntry> LinalgBuiltins();
 std::span<const BuiltinEntry> FileBuiltins();
 std::span<const BuiltinEntry> SystemBuiltins();
+std::span<const BuiltinEntry> VectorConstructionBuiltins();
+std::span<const BuiltinEntry> ReductionBuiltins();
+std::span<const BuiltinEntry> CurveMeasureBuiltins();
 
 // Registers every family's rows, with their flags and kernels.
 void RegisterBuiltins();

@@ -110,6 +110,7 @@ void MathParser::CopyFrom(const MathParser& other) {
   globals_in_functions_ = other.globals_in_functions_;
   allow_escape_characters_ = other.allow_escape_characters_;
   policy_ = other.policy_;
+  stats_packet_ = other.stats_packet_;
   vars_generation_ = NextGeneration();
 }
 

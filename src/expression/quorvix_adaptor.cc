@@ -438,9 +438,34 @@ funtab* QuorvixSymtabAdaptor::functionIndex(const char* name) { return MathParse
 
 void QuorvixSymtabAdaptor::setEmpty(symtab& v) { releaseValue(v); }
 
+// The list record of an argument that the call site left unevaluated:
+// for a handler that only reads its arguments, a view of the variable's own
+// array (marked shared: the payload is the variable's, see
+// funtab::reads_in_place); otherwise a copy, as reading the variable gives.
+static symtab* ArgumentFromRecord(const symtab& record, bool in_place) {
+  auto* v = new symtab;
+  if (in_place && record.type == SYM_ARRAY) {
+    v->type = SYM_ARRAY;
+    v->data = record.data;
+    v->rows = record.rows;
+    v->cols = record.cols;
+    v->frozen = record.frozen;
+    v->shared = 1;
+    return v;
+  }
+  try {
+    CopyPayload(record, *v);
+  } catch (...) {
+    v->Delete();
+    throw;
+  }
+  return v;
+}
+
 void QuorvixSymtabAdaptor::callFunction(const std::string& name,
                                         ParserCore_NS::FunctionCache& cache, symtab* args,
-                                        int count, symtab& out, int pos) {
+                                        int count, const ParserCore_NS::ArgumentSource* sources,
+                                        symtab& out, int pos) {
   Refresh(name, cache);
   if (cache.scalar != nullptr && count == 1 && args[0].type == SYM_SCALAR) {
     out.SetScalar(cache.scalar(args[0].value));
@@ -462,16 +487,30 @@ void QuorvixSymtabAdaptor::callFunction(const std::string& name,
   struct SlotGuard {
     sym_list list;
     ~SlotGuard() {
-      for (int i = 0; i < list.count; ++i)
-        if (list.args[i] != nullptr) list.args[i]->Delete();
+      for (int i = 0; i < list.count; ++i) {
+        symtab* v = list.args[i];
+        if (v == nullptr) continue;
+        // A view's payload is the variable's: detach it before freeing.
+        if (v->shared) v->data = nullptr;
+        v->Delete();
+      }
       list.args = nullptr;
       list.count = 0;
     }
   } guard;
   guard.list.args = slots;
+  const bool in_place = entry->reads_in_place != 0 && !entry->is_external && !entry->is_user &&
+                        !entry->is_library && !entry->has_context;
   for (int i = 0; i < count; ++i) {
-    slots[i] = new symtab(std::move(args[i]));
+    const ParserCore_NS::ArgumentSource* source = sources != nullptr ? &sources[i] : nullptr;
+    slots[i] = source != nullptr && source->record != nullptr
+                   ? ArgumentFromRecord(*source->record, in_place)
+                   : new symtab(std::move(args[i]));
     guard.list.count = i + 1;
+    // A handler may ask which variable an argument is (the statistics
+    // packet answers for x and y); results drop the name.
+    if (source != nullptr && source->variable != nullptr)
+      slots[i]->SetName(source->variable->c_str());
   }
 
   symtab* result = quorvix::CallEntry(entry, &guard.list, pos);

@@ -66,7 +66,7 @@ int MathParser::AddFunc(const char* name, BuiltinHandler handler, int nargs) {
 }
 
 int MathParser::AddFunc(const char* name, BuiltinHandler handler, int nargs, unsigned call_flags,
-                        double (*scalar_kernel)(double)) {
+                        double (*scalar_kernel)(double), bool reads_in_place) {
   if (name == nullptr) return 1;
   std::string key = Key(name);
   if (func_list.count(key)) return 1;
@@ -76,6 +76,7 @@ int MathParser::AddFunc(const char* name, BuiltinHandler handler, int nargs, uns
   entry->nargs = static_cast<short>(nargs);
   entry->call_flags = call_flags;
   entry->scalar_kernel = scalar_kernel;
+  entry->reads_in_place = reads_in_place ? 1 : 0;
   func_list.emplace(std::move(key), entry);
   ++registry_generation_;
   return 0;

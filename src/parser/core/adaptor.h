@@ -29,6 +29,16 @@ struct FunctionCache {
   double (*scalar)(double) = nullptr;
 };
 
+// What a call site knows about one argument besides its value: the variable
+// it names, when the argument is a plain reference, and that variable's own
+// record (array or strings) when the argument was left unevaluated so that
+// the adaptor may read the record in place. A record is handed over only
+// when no argument of the call can change a variable.
+struct ArgumentSource {
+  const std::string* variable = nullptr;
+  const symtab* record = nullptr;
+};
+
 class SymtabAdaptor {
  public:
   virtual ~SymtabAdaptor() = default;
@@ -71,8 +81,11 @@ class SymtabAdaptor {
   virtual funtab* functionIndex(const char* name) = 0;
   virtual void setEmpty(symtab& v) = 0;
   // Calls a function with `count` evaluated arguments, which it consumes.
+  // `sources` (null, or one per argument) says which arguments are
+  // variables; where it names a record, args[i] is empty and the argument's
+  // value is that record's.
   virtual void callFunction(const std::string& name, FunctionCache& cache, symtab* args, int count,
-                            symtab& out, int pos) = 0;
+                            const ArgumentSource* sources, symtab& out, int pos) = 0;
   virtual void readVariable(const std::string& name, VariableCache& cache, symtab& out,
                             int pos) = 0;
   // Stores value into the variable, or into the element named by the

@@ -207,24 +207,49 @@ void ArrayValueNode::printNode(std::string& out) const {
   out += '}';
 }
 
+bool SymbolicFunctionNode::plainArguments() {
+  if (plain_ < 0) {
+    plain_ = 1;
+    for (const auto& a : args_)
+      if (!a->isConstant() && a->classType() != ParserCore_NS::NodeClass::kReference) plain_ = 0;
+  }
+  return plain_ == 1;
+}
+
+// Evaluates the arguments into values[0..n) and says which are variables.
+// When no argument can change a variable (all are constants or plain
+// references), a variable holding an array or strings is not copied here:
+// its record goes to the adaptor, which reads it in place for a function
+// that only reads its arguments, and copies it otherwise.
+void SymbolicFunctionNode::evaluateArguments(symtab* values,
+                                             ParserCore_NS::ArgumentSource* sources) {
+  const bool plain = plainArguments();
+  for (std::size_t i = 0; i < args_.size(); ++i) {
+    Node& arg = *args_[i];
+    if (arg.classType() == ParserCore_NS::NodeClass::kReference) {
+      sources[i].variable = &static_cast<const MathParser_NS::ReferenceNode&>(arg).name();
+      if (plain) sources[i].record = arg.peekValue();
+      if (sources[i].record != nullptr) continue;
+    }
+    arg.evaluate(values[i]);
+  }
+}
+
 void SymbolicFunctionNode::evaluateNode(symtab& result) {
   const std::size_t n = args_.size();
   constexpr std::size_t kInline = 4;
-  if (n == 1) {
-    symtab value;
-    args_[0]->evaluate(value);
-    adaptor_.callFunction(name_, cache_, &value, 1, result, position_);
-    return;
-  }
   if (n <= kInline) {
     symtab values[kInline];
-    for (std::size_t i = 0; i < n; ++i) args_[i]->evaluate(values[i]);
-    adaptor_.callFunction(name_, cache_, values, static_cast<int>(n), result, position_);
+    ParserCore_NS::ArgumentSource sources[kInline];
+    evaluateArguments(values, sources);
+    adaptor_.callFunction(name_, cache_, values, static_cast<int>(n), sources, result, position_);
     return;
   }
   std::vector<symtab> values(n);
-  for (std::size_t i = 0; i < n; ++i) args_[i]->evaluate(values[i]);
-  adaptor_.callFunction(name_, cache_, values.data(), static_cast<int>(n), result, position_);
+  std::vector<ParserCore_NS::ArgumentSource> sources(n);
+  evaluateArguments(values.data(), sources.data());
+  adaptor_.callFunction(name_, cache_, values.data(), static_cast<int>(n), sources.data(), result,
+                        position_);
 }
 
 void SymbolicFunctionNode::collectVariablesNode(std::vector<std::string>& names) const {

@@ -148,9 +148,13 @@ class SymbolicFunctionNode : public Node {
   void releaseOperands(std::vector<NodePtr>& out) override { TakeAll(args_, out); }
 
  private:
+  bool plainArguments();
+  void evaluateArguments(symtab* values, ParserCore_NS::ArgumentSource* sources);
+
   std::string name_;
   std::vector<NodePtr> args_;
   ParserCore_NS::FunctionCache cache_;
+  int plain_ = -1;  // every argument a constant or a reference; -1 not yet known
 };
 
 }  // namespace ParserUtilties_NS
