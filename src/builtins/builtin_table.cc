@@ -8,8 +8,7 @@ namespace quorvix {
 void RegisterBuiltins() {
   using Family = std::span<const BuiltinEntry> (*)();
   static constexpr Family kFamilies[] = {
-      ElementaryBuiltins,
-      LinalgBuiltins,
+      ElementaryBuiltins, LinalgBuiltins, TextBuiltins, TimeDateBuiltins, ValueBuiltins,
   };
   for (Family family : kFamilies)
     for (const BuiltinEntry& e : family())

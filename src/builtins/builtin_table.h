@@ -30,6 +30,9 @@ inline constexpr unsigned kNoCallFlags = 0;
 // One accessor per family, defined in src/builtins/<family>.cc.
 std::span<const BuiltinEntry> ElementaryBuiltins();
 std::span<const BuiltinEntry> LinalgBuiltins();
+std::span<const BuiltinEntry> TextBuiltins();
+std::span<const BuiltinEntry> TimeDateBuiltins();
+std::span<const BuiltinEntry> ValueBuiltins();
 
 // Registers every family's rows, with their flags and kernels.
 void RegisterBuiltins();

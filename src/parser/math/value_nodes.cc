@@ -207,23 +207,36 @@ void ArrayValueNode::printNode(std::string& out) const {
   out += '}';
 }
 
+namespace {
+
+// A variable handed to a function carries its name, as a copy of the table's
+// record would: functions that store back into their arguments' variables
+// (sort, freeze) find them by it.
+void EvaluateArgument(Node& arg, symtab& value) {
+  arg.evaluate(value);
+  if (value.name == nullptr && arg.classType() == NodeClass::kReference)
+    value.SetName(static_cast<const MathParser_NS::ReferenceNode&>(arg).name().c_str());
+}
+
+}  // namespace
+
 void SymbolicFunctionNode::evaluateNode(symtab& result) {
   const std::size_t n = args_.size();
   constexpr std::size_t kInline = 4;
   if (n == 1) {
     symtab value;
-    args_[0]->evaluate(value);
+    EvaluateArgument(*args_[0], value);
     adaptor_.callFunction(name_, cache_, &value, 1, result, position_);
     return;
   }
   if (n <= kInline) {
     symtab values[kInline];
-    for (std::size_t i = 0; i < n; ++i) args_[i]->evaluate(values[i]);
+    for (std::size_t i = 0; i < n; ++i) EvaluateArgument(*args_[i], values[i]);
     adaptor_.callFunction(name_, cache_, values, static_cast<int>(n), result, position_);
     return;
   }
   std::vector<symtab> values(n);
-  for (std::size_t i = 0; i < n; ++i) args_[i]->evaluate(values[i]);
+  for (std::size_t i = 0; i < n; ++i) EvaluateArgument(*args_[i], values[i]);
   adaptor_.callFunction(name_, cache_, values.data(), static_cast<int>(n), result, position_);
 }
 
