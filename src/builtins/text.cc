@@ -176,9 +176,7 @@ symtab* FindChar(sym_list* list) {
   const symtab& what = *args.Peek(1);
   const char c = IsNumber(what) ? CodeByte(what.value) : FirstString(what)[0];
   const std::string_view text = FirstString(*s);
-  const std::size_t at = c == '\0' ? std::string_view::npos
-                         : Last    ? text.rfind(c)
-                                   : text.find(c);
+  const std::size_t at = c == '\0' ? std::string_view::npos : Last ? text.rfind(c) : text.find(c);
   ReduceToScalar(*s, at == std::string_view::npos ? -1.0 : static_cast<double>(at));
   return args.Release(s);
 }
@@ -261,7 +259,8 @@ bool IsNumberFormat(const char* f) {
   constexpr long kMaxField = 1000;
   auto field = [](const char*& p) {
     long v = 0;
-    while (std::isdigit(static_cast<unsigned char>(*p)) && v <= kMaxField) v = v * 10 + (*p++ - '0');
+    while (std::isdigit(static_cast<unsigned char>(*p)) && v <= kMaxField)
+      v = v * 10 + (*p++ - '0');
     return v <= kMaxField;
   };
   int conversions = 0;
