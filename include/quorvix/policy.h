@@ -29,6 +29,9 @@ enum CallFlag : unsigned {
   kStartsProcesses = 1u << 2,
   kReadsEnvironment = 1u << 3,
   kEvaluatesText = 1u << 4,
+  // Stores into the variables its arguments were read from (sort, freeze):
+  // such a built-in receives each plain variable argument with its name.
+  kWritesVariables = 1u << 5,
 };
 
 // Limits that end an evaluation or a fill with a message naming the limit.

@@ -226,24 +226,26 @@ symtab* Sort(sym_list* list) {
 }
 
 constexpr unsigned kNone = kNoCallFlags;
+// freeze, thaw and sort store back into their arguments' variables.
+constexpr unsigned kStores = kWritesVariables;
 
 // clang-format off
 // name, handler, argument word, call flags, scalar kernel;
 //   usage, synopsis, example.
 constexpr BuiltinEntry kValueBuiltins[] = {
-    {"freeze",    SetFrozen<1>, 1, kNone, nullptr,
+    {"freeze",    SetFrozen<1>, 1, kStores, nullptr,
      "freeze(x)", "x with its frozen flag set; a variable keeps the flag", "freeze(3)"},
     {"intersect", Intersect,    2, kNone, nullptr,
      "intersect(a, b)", "elements of a also in b, ascending, as a column",
      "intersect({3, 1, 2, 2}, {2, 3, 5})"},
-    {"sort",      Sort,         1, kNone, nullptr,
+    {"sort",      Sort,         1, kStores, nullptr,
      "sort(direction, key [, a1, ...])",
      "key (numbers or strings) and parallel arrays sorted by key; ascending when direction "
      "is 0, NaNs last; variables are sorted in place",
      "sort(0, {3, 1, 2}, {30, 10, 20})"},
     {"sound",     Sound,        1, kNone, nullptr,
      "sound(samples, rate)", "number of samples (nothing is played)", "sound({0, 1, 0.5}, 8000)"},
-    {"thaw",      SetFrozen<0>, 1, kNone, nullptr,
+    {"thaw",      SetFrozen<0>, 1, kStores, nullptr,
      "thaw(x)", "x with its frozen flag cleared; a variable loses the flag", "thaw(3)"},
 };
 // clang-format on

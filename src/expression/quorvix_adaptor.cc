@@ -440,7 +440,8 @@ void QuorvixSymtabAdaptor::setEmpty(symtab& v) { releaseValue(v); }
 
 void QuorvixSymtabAdaptor::callFunction(const std::string& name,
                                         ParserCore_NS::FunctionCache& cache, symtab* args,
-                                        int count, symtab& out, int pos) {
+                                        int count, const std::string* const* arg_names, symtab& out,
+                                        int pos) {
   Refresh(name, cache);
   if (cache.scalar != nullptr && count == 1 && args[0].type == SYM_SCALAR) {
     out.SetScalar(cache.scalar(args[0].value));
@@ -473,6 +474,12 @@ void QuorvixSymtabAdaptor::callFunction(const std::string& name,
     slots[i] = new symtab(std::move(args[i]));
     guard.list.count = i + 1;
   }
+  // Only the built-ins that store back into variables learn the names: a
+  // name costs an allocation per argument and call.
+  if (arg_names != nullptr && (entry->call_flags & quorvix::kWritesVariables) != 0)
+    for (int i = 0; i < count; ++i)
+      if (arg_names[i] != nullptr && slots[i]->name == nullptr)
+        slots[i]->SetName(arg_names[i]->c_str());
 
   symtab* result = quorvix::CallEntry(entry, &guard.list, pos);
   if (MathParser::ErrorPending()) {

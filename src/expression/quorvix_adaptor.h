@@ -46,7 +46,7 @@ class QuorvixSymtabAdaptor : public ParserCore_NS::SymtabAdaptor {
   funtab* functionIndex(const char* name) override;
   void setEmpty(symtab& v) override;
   void callFunction(const std::string& name, ParserCore_NS::FunctionCache& cache, symtab* args,
-                    int count, symtab& out, int pos) override;
+                    int count, const std::string* const* arg_names, symtab& out, int pos) override;
   const symtab* peekValue(const std::string& name, ParserCore_NS::VariableCache& cache) override;
   void subscriptOf(const symtab& base, const unsigned* indices, int count, symtab& out,
                    int pos) override;

@@ -71,8 +71,10 @@ class SymtabAdaptor {
   virtual funtab* functionIndex(const char* name) = 0;
   virtual void setEmpty(symtab& v) = 0;
   // Calls a function with `count` evaluated arguments, which it consumes.
+  // `arg_names` holds, per argument, the variable it was read from (null
+  // entries for computed values); null when no argument is a variable.
   virtual void callFunction(const std::string& name, FunctionCache& cache, symtab* args, int count,
-                            symtab& out, int pos) = 0;
+                            const std::string* const* arg_names, symtab& out, int pos) = 0;
   virtual void readVariable(const std::string& name, VariableCache& cache, symtab& out,
                             int pos) = 0;
   // Stores value into the variable, or into the element named by the

@@ -209,13 +209,11 @@ void ArrayValueNode::printNode(std::string& out) const {
 
 namespace {
 
-// A variable handed to a function carries its name, as a copy of the table's
-// record would: functions that store back into their arguments' variables
-// (sort, freeze) find them by it.
-void EvaluateArgument(Node& arg, symtab& value) {
-  arg.evaluate(value);
-  if (value.name == nullptr && arg.classType() == NodeClass::kReference)
-    value.SetName(static_cast<const MathParser_NS::ReferenceNode&>(arg).name().c_str());
+// The variable a plain reference argument reads, else null.
+const std::string* ReferenceName(const Node& arg) {
+  return arg.classType() == NodeClass::kReference
+             ? &static_cast<const MathParser_NS::ReferenceNode&>(arg).name()
+             : nullptr;
 }
 
 }  // namespace
@@ -225,19 +223,29 @@ void SymbolicFunctionNode::evaluateNode(symtab& result) {
   constexpr std::size_t kInline = 4;
   if (n == 1) {
     symtab value;
-    EvaluateArgument(*args_[0], value);
-    adaptor_.callFunction(name_, cache_, &value, 1, result, position_);
+    args_[0]->evaluate(value);
+    const std::string* name = ReferenceName(*args_[0]);
+    adaptor_.callFunction(name_, cache_, &value, 1, &name, result, position_);
     return;
   }
   if (n <= kInline) {
     symtab values[kInline];
-    for (std::size_t i = 0; i < n; ++i) EvaluateArgument(*args_[i], values[i]);
-    adaptor_.callFunction(name_, cache_, values, static_cast<int>(n), result, position_);
+    const std::string* names[kInline];
+    for (std::size_t i = 0; i < n; ++i) {
+      args_[i]->evaluate(values[i]);
+      names[i] = ReferenceName(*args_[i]);
+    }
+    adaptor_.callFunction(name_, cache_, values, static_cast<int>(n), names, result, position_);
     return;
   }
   std::vector<symtab> values(n);
-  for (std::size_t i = 0; i < n; ++i) EvaluateArgument(*args_[i], values[i]);
-  adaptor_.callFunction(name_, cache_, values.data(), static_cast<int>(n), result, position_);
+  std::vector<const std::string*> names(n);
+  for (std::size_t i = 0; i < n; ++i) {
+    args_[i]->evaluate(values[i]);
+    names[i] = ReferenceName(*args_[i]);
+  }
+  adaptor_.callFunction(name_, cache_, values.data(), static_cast<int>(n), names.data(), result,
+                        position_);
 }
 
 void SymbolicFunctionNode::collectVariablesNode(std::vector<std::string>& names) const {
