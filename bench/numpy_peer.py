@@ -9,7 +9,8 @@ key=value lines: the best and mean milliseconds of one evaluation of
 np.sqrt(np.abs(x + y) * 0.5), its sum, and a few elements (as float.hex,
 so the comparison is exact). Each STAT named (a key of STATS) adds a line
 stat=NAME:BEST_MS:MEAN_MS:VALUE, VALUE being the result's value, or for an
-array the left-to-right sum of its elements, as float.hex.
+array the left-to-right sum of its elements, as float.hex. Then the best
+milliseconds of np.sort(x) and a few of its elements.
 """
 import os
 import sys
@@ -84,6 +85,17 @@ def main():
     print("checksum=%s" % float.hex(float(np.add.accumulate(r)[-1])))
     for i in sorted({0, 1, 2, n // 3, n // 2, n - 2, n - 1}):
         print("sample=%d:%s" % (i, float.hex(float(r[i]))))
+
+    # np.sort of x, a fresh sorted copy each time, as sort(0, x) gives one.
+    s = np.sort(x)
+    times = []
+    for _ in range(min(reps, 20)):
+        t0 = time.perf_counter()
+        s = np.sort(x)
+        times.append(time.perf_counter() - t0)
+    print("sort_best_ms=%.6f" % (min(times) * 1e3))
+    for i in sorted({0, 1, n // 2, n - 1}):
+        print("sort_sample=%d:%s" % (i, float.hex(float(s[i]))))
     return 0
 
 

@@ -34,6 +34,9 @@ enum CallFlag : unsigned {
   kMayWriteFiles = 1u << 5,
   // Adds to the directories files are looked up and read in.
   kWidensSearchPath = 1u << 6,
+  // Stores into the variables its arguments were read from (sort, freeze):
+  // such a built-in receives each plain variable argument with its name.
+  kWritesVariables = 1u << 7,
 };
 
 // Limits that end an evaluation or a fill with a message naming the limit.

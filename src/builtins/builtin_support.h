@@ -58,14 +58,28 @@ void Report(const char* message, ErrorAt at = ErrorAt::kCall);
 inline bool IsNumber(const symtab& v) { return v.type == SYM_SCALAR; }
 inline bool IsArray(const symtab& v) { return v.type == SYM_ARRAY; }
 inline bool IsNumeric(const symtab& v) { return IsNumber(v) || IsArray(v); }
-// A string record with at least one string; handlers read the first.
-inline bool HasString(const symtab& v) {
-  return v.type == SYM_STRINGS && v.num_strings > 0 && v.str_list != nullptr &&
-         v.str_list[0] != nullptr;
-}
 // A numeric array with at most one row or at most one column; an empty array
 // counts as a vector.
 inline bool IsVectorLike(const symtab& v) { return IsArray(v) && (v.rows <= 1 || v.cols <= 1); }
+
+// The first string of a kind 3 record, which is what a function that takes a
+// string reads; null for every other kind and for an empty list.
+inline const char* FirstString(const symtab& v) {
+  return v.type == SYM_STRINGS && v.num_strings > 0 && v.str_list != nullptr ? v.str_list[0]
+                                                                             : nullptr;
+}
+// A string record with at least one string; handlers read the first.
+inline bool HasString(const symtab& v) { return FirstString(v) != nullptr; }
+
+// x cut toward zero to an integer, as a C conversion would, but defined for
+// every double: NaN gives 0 and magnitudes past 2^62 are clamped.
+inline long long TruncateToInteger(double x) {
+  constexpr double kBound = 4611686018427387904.0;  // 2^62
+  if (!(x == x)) return 0;
+  if (x >= kBound) return static_cast<long long>(kBound);
+  if (x <= -kBound) return -static_cast<long long>(kBound);
+  return static_cast<long long>(x);
+}
 
 // The numbers a numeric record holds, in row-major order: the scalar's value,
 // or all rows x cols array elements. Empty for every other kind.

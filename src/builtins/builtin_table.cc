@@ -19,7 +19,8 @@ void AddBuiltinFamily(BuiltinFamily family) { LaterFamilies().push_back(family);
 void RegisterBuiltins() {
   static constexpr BuiltinFamily kFamilies[] = {
       ElementaryBuiltins,         LinalgBuiltins,    FileBuiltins,         SystemBuiltins,
-      VectorConstructionBuiltins, ReductionBuiltins, CurveMeasureBuiltins,
+      VectorConstructionBuiltins, ReductionBuiltins, CurveMeasureBuiltins, TextBuiltins,
+      TimeDateBuiltins,           ValueBuiltins,
   };
   auto add = [](BuiltinFamily family) {
     for (const BuiltinEntry& e : family())

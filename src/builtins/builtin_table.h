@@ -39,6 +39,9 @@ std::span<const BuiltinEntry> SystemBuiltins();
 std::span<const BuiltinEntry> VectorConstructionBuiltins();
 std::span<const BuiltinEntry> ReductionBuiltins();
 std::span<const BuiltinEntry> CurveMeasureBuiltins();
+std::span<const BuiltinEntry> TextBuiltins();
+std::span<const BuiltinEntry> TimeDateBuiltins();
+std::span<const BuiltinEntry> ValueBuiltins();
 
 // Registers every family's rows, with their flags and kernels.
 void RegisterBuiltins();

@@ -501,15 +501,20 @@ void QuorvixSymtabAdaptor::callFunction(const std::string& name,
   guard.list.args = slots;
   const bool in_place = entry->reads_in_place != 0 && !entry->is_external && !entry->is_user &&
                         !entry->is_library && !entry->has_context;
+  const bool wants_names =
+      (entry->call_flags & quorvix::kWritesVariables) != 0 ||
+      (MathParser::current_parser != nullptr && MathParser::current_parser->GetStatsPacket());
   for (int i = 0; i < count; ++i) {
     const ParserCore_NS::ArgumentSource* source = sources != nullptr ? &sources[i] : nullptr;
     slots[i] = source != nullptr && source->record != nullptr
                    ? ArgumentFromRecord(*source->record, in_place)
                    : new symtab(std::move(args[i]));
     guard.list.count = i + 1;
-    // A handler may ask which variable an argument is (the statistics
-    // packet answers for x and y); results drop the name.
-    if (source != nullptr && source->variable != nullptr)
+    // Only the handlers that ask which variable an argument is learn its
+    // name (a name costs an allocation per argument and call): the ones that
+    // store back into variables, and any while a statistics packet is
+    // attached, which answers for x and y. Results drop the name.
+    if (wants_names && source != nullptr && source->variable != nullptr)
       slots[i]->SetName(source->variable->c_str());
   }
 

@@ -66,8 +66,8 @@ bool Regex::Search(std::string_view text, std::size_t start, std::size_t* offset
   return true;
 }
 
-bool Regex::ReplaceAll(std::string_view text, std::string_view replacement,
-                       std::string& out) const {
+bool Regex::ReplaceAll(std::string_view text, std::string_view replacement, std::string& out,
+                       std::size_t max_bytes) const {
   if (code_ == nullptr) return false;
   constexpr uint32_t kOptions = PCRE2_SUBSTITUTE_GLOBAL | PCRE2_SUBSTITUTE_OVERFLOW_LENGTH;
   std::string result(text.size() + replacement.size() + 64, '\0');
@@ -77,6 +77,13 @@ bool Regex::ReplaceAll(std::string_view text, std::string_view replacement,
                               0, kOptions, nullptr, Context(),
                               reinterpret_cast<PCRE2_SPTR>(replacement.data()), replacement.size(),
                               reinterpret_cast<PCRE2_UCHAR*>(result.data()), &size);
+    // On success size is the length; on overflow the length plus the
+    // terminator.
+    const PCRE2_SIZE length = rc >= 0 ? size : size - 1;
+    if ((rc >= 0 || rc == PCRE2_ERROR_NOMEMORY) && length > max_bytes) {
+      error_ = "result longer than " + std::to_string(max_bytes) + " bytes";
+      return false;
+    }
     if (rc >= 0) {
       result.resize(size);
       out = std::move(result);
@@ -86,7 +93,7 @@ bool Regex::ReplaceAll(std::string_view text, std::string_view replacement,
       error_ = ErrorText(rc);
       return false;
     }
-    // The first call reported the size it needs (plus the terminator).
+    // The first call reported the size it needs.
     result.assign(size, '\0');
   }
   return false;

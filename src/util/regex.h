@@ -31,8 +31,10 @@ class Regex {
 
   // `text` with every match replaced by `replacement`, in which $1, ${name}
   // and $$ refer to groups and a dollar sign. False (and `out` untouched)
-  // when the pattern did not compile or the replacement is malformed.
-  bool ReplaceAll(std::string_view text, std::string_view replacement, std::string& out) const;
+  // when the pattern did not compile, the replacement is malformed or the
+  // result would pass `max_bytes`.
+  bool ReplaceAll(std::string_view text, std::string_view replacement, std::string& out,
+                  std::size_t max_bytes = static_cast<std::size_t>(-1)) const;
 
  private:
   void* code_ = nullptr;  // pcre2_code_8*

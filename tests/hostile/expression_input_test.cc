@@ -103,6 +103,18 @@ void RunTable() {
       {"NumberJoinFits", "\"abcde\" + 123", "abcde123", "", 0},
       {"StringSelection", "s = {\"abcd\", \"e\"}, s[{0,0,0}]", "string too long (limit 8 bytes)",
        "string_bytes", 8},
+      {"ReplaceGrowth", "replace(\"abcdefgh\", \"\", \"xyz\")",
+       "replace failed: result longer than 16 bytes", "string_bytes", 16},
+      {"ReplaceBacktracking", "replace(\"" + Rep("a", 40) + "b\", \"(a+)+$\", \"x\")",
+       "replace failed: match limit exceeded", "", 0},
+      {"ConvertWidth", "convert(1, \"%999999999g\")",
+       "convert format must hold exactly one number conversion (%g, %f, %e or %a), with width "
+       "and precision at most 1000",
+       "", 0},
+      {"ConvertPastTheStringLimit", "convert(1, \"%20g\")", "string too long (limit 16 bytes)",
+       "string_bytes", 16},
+      {"TimeFormatPastItsBuffer", "strlen(time(\"" + Rep("%Y", 300) + "\"))",
+       "Invalid format specifier " + Rep("%Y", 300), "", 0},
       {"NestedDerivatives", "x = 2, " + Rep("@derivative(", 11) + "x^x" + Rep(")", 11),
        "derivative too large (limit 1000000 nodes)", "derivative_nodes", 0},
       // A text that fills or evaluates itself.
