@@ -1,5 +1,6 @@
 #include "builtins/builtin_table.h"
 
+#include <iterator>
 #include <vector>
 
 #include "expression/builtin_registrar.h"
@@ -16,19 +17,22 @@ std::vector<BuiltinFamily>& LaterFamilies() {
 
 void AddBuiltinFamily(BuiltinFamily family) { LaterFamilies().push_back(family); }
 
-void RegisterBuiltins() {
+std::vector<BuiltinFamily> AllBuiltinFamilies() {
   static constexpr BuiltinFamily kFamilies[] = {
       ElementaryBuiltins,         LinalgBuiltins,    FileBuiltins,         SystemBuiltins,
       VectorConstructionBuiltins, ReductionBuiltins, CurveMeasureBuiltins, TextBuiltins,
       TimeDateBuiltins,           ValueBuiltins,
   };
-  auto add = [](BuiltinFamily family) {
+  std::vector<BuiltinFamily> all(std::begin(kFamilies), std::end(kFamilies));
+  all.insert(all.end(), LaterFamilies().begin(), LaterFamilies().end());
+  return all;
+}
+
+void RegisterBuiltins() {
+  for (BuiltinFamily family : AllBuiltinFamilies())
     for (const BuiltinEntry& e : family())
       MathParser::AddFunc(e.name, e.handler, e.nargs, e.call_flags, e.scalar_kernel,
                           e.reads_in_place);
-  };
-  for (BuiltinFamily family : kFamilies) add(family);
-  for (BuiltinFamily family : LaterFamilies()) add(family);
 }
 
 namespace {

@@ -4,6 +4,7 @@
 #define QUORVIX_BUILTINS_BUILTIN_TABLE_H
 
 #include <span>
+#include <vector>
 
 #include "quorvix/policy.h"
 #include "quorvix/symtab.h"
@@ -51,6 +52,9 @@ void RegisterBuiltins();
 // parser registers the table.
 using BuiltinFamily = std::span<const BuiltinEntry> (*)();
 void AddBuiltinFamily(BuiltinFamily family);
+
+// Every family, this layer's first, then the ones added from above.
+std::vector<BuiltinFamily> AllBuiltinFamilies();
 
 }  // namespace quorvix
 

@@ -267,7 +267,7 @@ constexpr BuiltinEntry kVectorConstructionBuiltins[] = {
      "size(v)", "(rows, cols) of an array, (1, 1) of a number, the length of each string",
      "size(array(2, 3))", true},
     {"stringarray", StringArray,  1, kNone, nullptr,
-     "stringarray(n)", "list of n empty strings", "numpts(stringarray(3))", true},
+     "stringarray(n)", "list of n empty strings", "stringarray(3)", true},
     {"subrange",    Subrange,     3, kNone, nullptr,
      "subrange(v, start, end)", "indices of the first run of elements of v within [start, end]",
      "subrange({5, 1, 2, 3, 9}, 1, 3)", true},
