@@ -7,6 +7,9 @@
 
 #if defined(__SSE2__)
 #include <emmintrin.h>
+#if defined(__x86_64__)
+#include <immintrin.h>
+#endif
 #endif
 
 #include "numerics/summation.h"
@@ -99,38 +102,67 @@ double MedianInPlace(std::span<double> v) {
 namespace {
 
 // The extreme by strict comparison from `start`: x replaces m when
-// beats(x, m). Eight running extremes keep the comparisons independent; NaN
-// never enters one, so combining them gives the value a single scan finds.
-// Only the sign of a zero could come out otherwise (0 and -0 compare equal,
-// and a scan keeps the first): a zero result is found again by the scan.
-// SSE2's maxpd(x, m) and minpd(x, m) are exactly "x > m ? x : m" and
-// "x < m ? x : m", NaN included, two lanes at a time.
+// beats(x, m). Several running extremes keep the comparisons independent;
+// NaN never enters one, so combining them gives the value a single scan
+// finds. Only the sign of a zero could come out otherwise (0 and -0 compare
+// equal, and a scan keeps the first): a zero result is found again by the
+// scan. SSE2's maxpd(x, m) and minpd(x, m), and their AVX forms, are exactly
+// "x > m ? x : m" and "x < m ? x : m", NaN included, lane by lane.
+template <bool Largest>
+bool Beats(double x, double m) {
+  return Largest ? x > m : x < m;
+}
+
+#if defined(__x86_64__)
+// Sixteen running extremes in four AVX registers; the elements from the
+// returned index on are left to the caller.
+template <bool Largest>
+__attribute__((target("avx"))) std::size_t ExtremeAvx(const double* p, std::size_t n, double& r) {
+  __m256d acc[4];
+  for (__m256d& a : acc) a = _mm256_set1_pd(r);
+  std::size_t i = 0;
+  for (; i + 16 <= n; i += 16)
+    for (int j = 0; j < 4; ++j) {
+      const __m256d x = _mm256_loadu_pd(p + i + 4 * j);
+      acc[j] = Largest ? _mm256_max_pd(x, acc[j]) : _mm256_min_pd(x, acc[j]);
+    }
+  alignas(32) double m[16];
+  for (int j = 0; j < 4; ++j) _mm256_store_pd(m + 4 * j, acc[j]);
+  for (double x : m) r = Beats<Largest>(x, r) ? x : r;
+  return i;
+}
+
+bool HaveAvx() {
+  static const bool have = __builtin_cpu_supports("avx");
+  return have;
+}
+#endif
+
 template <bool Largest>
 double Extreme(Values v, double start) {
-  auto beats = [](double x, double m) { return Largest ? x > m : x < m; };
   const double* p = v.data();
   const std::size_t n = v.size();
   std::size_t i = 0;
-  double m[8] = {start, start, start, start, start, start, start, start};
+  double r = start;
+#if defined(__x86_64__)
+  if (HaveAvx()) i = ExtremeAvx<Largest>(p, n, r);
+#endif
 #if defined(__SSE2__)
   __m128d acc[4];
-  for (__m128d& a : acc) a = _mm_set1_pd(start);
+  for (__m128d& a : acc) a = _mm_set1_pd(r);
   for (; i + 8 <= n; i += 8)
     for (int j = 0; j < 4; ++j) {
       const __m128d x = _mm_loadu_pd(p + i + 2 * j);
       acc[j] = Largest ? _mm_max_pd(x, acc[j]) : _mm_min_pd(x, acc[j]);
     }
+  double m[8];
   for (int j = 0; j < 4; ++j) _mm_storeu_pd(m + 2 * j, acc[j]);
-#else
-  for (; i + 8 <= n; i += 8)
-    for (std::size_t j = 0; j < 8; ++j) m[j] = beats(p[i + j], m[j]) ? p[i + j] : m[j];
+  for (double x : m) r = Beats<Largest>(x, r) ? x : r;
 #endif
-  double r = start;
-  for (double x : m) r = beats(x, r) ? x : r;
-  for (; i < n; ++i) r = beats(p[i], r) ? p[i] : r;
+  for (; i < n; ++i) r = Beats<Largest>(p[i], r) ? p[i] : r;
   if (r == 0.0) {
     r = start;
-    for (double x : v) r = beats(x, r) ? x : r;
+    for (double x : v) r = Beats<Largest>(x, r) ? x : r;
   }
   return r;
 }
