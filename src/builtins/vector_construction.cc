@@ -99,7 +99,7 @@ symtab* Array(sym_list* list) {
   // must be the second's.
   if (rows <= 0 || cols <= 0)
     return args.Fail(first >= 1.0 ? builtins::kArg2MustBePositive : builtins::kArg1MustBePositive);
-  if (rows * cols == 1) return args.Fail(kBothOne);
+  if (rows == 1 && cols == 1) return args.Fail(kBothOne);
   return args.Release(NewArray(rows, cols, kArrayOutOfMemory, true));
 }
 
