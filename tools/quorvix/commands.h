@@ -39,6 +39,9 @@ int ParseTrustOption(const Args& args, std::size_t& i, TrustOptions& o, bool wit
 // Applies the options to a parser's policy.
 void ApplyTrust(const TrustOptions& o, Policy& policy);
 
+// Makes the parser's messages (not its output) lines on standard error.
+void SendMessagesToStandardError(Policy& policy);
+
 // Exit statuses shared by the subcommands.
 inline constexpr int kExitOk = 0;
 inline constexpr int kExitFailed = 1;

@@ -88,6 +88,7 @@ int RunEval(const Args& args) {
     return kExitUsage;
   }
   ApplyTrust(trust, parser.policy());
+  SendMessagesToStandardError(parser.policy());
 
   for (const auto& [name, expr] : defines) {
     symtab* value = EvaluateOrReport(parser, expr);

@@ -103,6 +103,7 @@ int RunFill(const Args& args) {
   MathParser::SetErrorFunction(CaptureError);
   // The definitions are held to the same trust as the templates.
   ApplyTrust(o.trust, parser.policy());
+  SendMessagesToStandardError(parser.policy());
   for (const auto& [name, expr] : o.defines) {
     g_message.clear();
     symtab* value = parser.Evaluate(const_cast<char*>(expr.c_str()));
