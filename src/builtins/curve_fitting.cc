@@ -139,13 +139,11 @@ symtab* BatchPolyFit(sym_list* list) {
   std::span<const double> x = NumericElements(*args.Peek(0));
   std::span<const double> y = NumericElements(*args.Peek(1));
   const long long n = static_cast<long long>(x.size());
-  const long long half =
-      std::min(TruncateToInteger(std::floor(args.Peek(3)->value / 2.0)), n);
+  const long long half = std::min(TruncateToInteger(std::floor(args.Peek(3)->value / 2.0)), n);
   const long long window = std::min(2 * half + 1, n);
   if (window < order + 1) return args.Fail(kUnableToFit);
   std::vector<double> out(x.size());
-  if (!numerics::LocalPolyFit(x.data(), y.data(), x.size(), order,
-                              static_cast<std::size_t>(window),
+  if (!numerics::LocalPolyFit(x.data(), y.data(), x.size(), order, static_cast<std::size_t>(window),
                               static_cast<int>(std::min<long long>(deriv, order + 1)), out.data()))
     return args.Fail(kUnableToFit);
   symtab* result = args.Take(0);

@@ -170,8 +170,7 @@ symtab* NonlinFit(sym_list* list) {
   Model model(inner, parsed.get(), names, std::move(xs), y);
   std::vector<double> params(start.begin(), start.end());
   const numerics::FitOutcome outcome = numerics::FitLeastSquares(
-      y.size(), params,
-      [&model](const double* p, double* r) { return model.Residuals(p, r); });
+      y.size(), params, [&model](const double* p, double* r) { return model.Residuals(p, r); });
   MathParser::ClearError();
   switch (outcome) {
     case numerics::FitOutcome::kModelFailed:

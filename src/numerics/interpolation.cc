@@ -110,8 +110,8 @@ void NaturalSpline::Evaluate(const double* q, double* out, std::size_t nq) const
   }
 }
 
-bool AkimaInterpolate(const double* x, const double* y, std::size_t n, const double* q,
-                      double* out, std::size_t nq) {
+bool AkimaInterpolate(const double* x, const double* y, std::size_t n, const double* q, double* out,
+                      std::size_t nq) {
   if (n < 2 || !StrictlyRising(x, n) || !StrictlyRising(q, nq)) return false;
   // Segment slopes with two more at each end: slope j lives at m[j + 2].
   std::vector<double> m(n + 3);
@@ -129,8 +129,8 @@ bool AkimaInterpolate(const double* x, const double* y, std::size_t n, const dou
   std::vector<double> t(n);
   for (std::size_t i = 0; i < n; ++i) {
     const double w1 = std::fabs(m[i + 3] - m[i + 2]), w2 = std::fabs(m[i + 1] - m[i]);
-    t[i] = w1 + w2 == 0.0 ? 0.5 * (m[i + 1] + m[i + 2])
-                          : (w1 * m[i + 1] + w2 * m[i + 2]) / (w1 + w2);
+    t[i] =
+        w1 + w2 == 0.0 ? 0.5 * (m[i + 1] + m[i + 2]) : (w1 * m[i + 1] + w2 * m[i + 2]) / (w1 + w2);
   }
   // The interval only moves forward, and its cubic is formed when it moves.
   std::size_t k = 0;

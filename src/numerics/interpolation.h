@@ -55,8 +55,8 @@ class NaturalSpline {
 
 // Akima's interpolation. False (nothing written) unless n >= 2, x rises
 // strictly and the queries rise strictly.
-bool AkimaInterpolate(const double* x, const double* y, std::size_t n, const double* q,
-                      double* out, std::size_t nq);
+bool AkimaInterpolate(const double* x, const double* y, std::size_t n, const double* q, double* out,
+                      std::size_t nq);
 
 }  // namespace quorvix::numerics
 

@@ -96,9 +96,8 @@ FitOutcome FitLeastSquares(std::size_t m, std::vector<double>& params, const Res
     if (!evaluate(x_trial, r_trial)) return FitOutcome::kModelFailed;
     const double trial_cost = 0.5 * r_trial.squaredNorm();
     const double predicted = 0.5 * step.dot(mu * diag.cwiseProduct(step) - grad);
-    const double rho = std::isfinite(trial_cost) && predicted > 0.0
-                           ? (cost - trial_cost) / predicted
-                           : -1.0;
+    const double rho =
+        std::isfinite(trial_cost) && predicted > 0.0 ? (cost - trial_cost) / predicted : -1.0;
     if (rho > 0.0) {
       const double decrease = cost - trial_cost;
       x = x_trial;

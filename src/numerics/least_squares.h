@@ -16,11 +16,11 @@ namespace quorvix::numerics {
 using ResidualFunction = std::function<bool(const double* params, double* residuals)>;
 
 enum class FitOutcome {
-  kConverged,      // a stopping test held
-  kLimitReached,   // iteration or evaluation limit: the best point so far
-  kModelFailed,    // the residual function returned false
-  kNotFinite,      // the residuals at the start are not finite
-  kSingular,       // J'J stayed singular while the damping grew past its bound
+  kConverged,     // a stopping test held
+  kLimitReached,  // iteration or evaluation limit: the best point so far
+  kModelFailed,   // the residual function returned false
+  kNotFinite,     // the residuals at the start are not finite
+  kSingular,      // J'J stayed singular while the damping grew past its bound
 };
 
 struct FitSettings {
