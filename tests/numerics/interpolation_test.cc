@@ -13,16 +13,17 @@ namespace {
 using Result = std::unique_ptr<double[]>;
 using Kernel = double* (*)(const double*, const double*, int, const double*, int);
 
-std::vector<double> Interpolate(Kernel kernel, const std::vector<double>& x, const std::vector<double>& y,
-                        const std::vector<double>& q) {
-  Result r(kernel(x.data(), y.data(), static_cast<int>(x.size()), q.data(),
-                  static_cast<int>(q.size())));
+std::vector<double> Interpolate(Kernel kernel, const std::vector<double>& x,
+                                const std::vector<double>& y, const std::vector<double>& q) {
+  Result r(
+      kernel(x.data(), y.data(), static_cast<int>(x.size()), q.data(), static_cast<int>(q.size())));
   if (r == nullptr) return {};
   return std::vector<double>(r.get(), r.get() + q.size());
 }
 
 TEST(LinInterp, ExtrapolatesBelowAndHoldsAbove) {
-  EXPECT_EQ(Interpolate(LinInterp, {0, 1}, {0, 10}, {-1, 0.5, 1, 2}), (std::vector<double>{-10, 5, 10, 10}));
+  EXPECT_EQ(Interpolate(LinInterp, {0, 1}, {0, 10}, {-1, 0.5, 1, 2}),
+            (std::vector<double>{-10, 5, 10, 10}));
   // One point: every query gets its y.
   EXPECT_EQ(Interpolate(LinInterp, {3}, {7}, {-5, 3, 9}), (std::vector<double>{7, 7, 7}));
 }
