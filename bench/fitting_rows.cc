@@ -70,7 +70,8 @@ std::map<std::string, std::string> RunPeer(const std::string& python, const std:
   if (mkdtemp(dir.data()) == nullptr) return out;
   const std::string d = dir.data();
   const std::pair<const char*, const std::vector<double>*> files[] = {
-      {"tx", &in.tx}, {"ty", &in.ty}, {"qs", &in.qs}, {"qr", &in.qr}, {"px", &in.px}, {"py", &in.py}};
+      {"tx", &in.tx}, {"ty", &in.ty}, {"qs", &in.qs},
+      {"qr", &in.qr}, {"px", &in.px}, {"py", &in.py}};
   bool written = true;
   for (const auto& [name, v] : files) written = written && Write(d + "/" + name, *v);
   if (written) {
@@ -120,7 +121,8 @@ void PrintRow(const std::string& label, double q, const char* peer_name, double 
     std::snprintf(ratio, sizeof ratio, "%.2fx", q / peer);
   }
   std::printf("%-28s %-8s %10s  %-11s %10s  %10s  %9s  %-6s %-6s %9s\n", label.c_str(), "ms/eval",
-              qs, peer_name, ps, "-", ratio, target > 0 ? ("<=" + std::to_string(int(target)) + "x").c_str() : "",
+              qs, peer_name, ps, "-", ratio,
+              target > 0 ? ("<=" + std::to_string(int(target)) + "x").c_str() : "",
               peer > 0 && target > 0 ? (q / peer <= target ? "ok" : "MISS") : "", "-");
 }
 
@@ -170,9 +172,11 @@ bool FittingRows(int number, const std::string& python, const std::string& scrip
       ++at;
     }
   }
-  PrintRow(std::to_string(number) + " spline 1e4 table, 1e6 q", q_sorted, "scipy", ms("spline_sorted_best_ms"), 1);
+  PrintRow(std::to_string(number) + " spline 1e4 table, 1e6 q", q_sorted, "scipy",
+           ms("spline_sorted_best_ms"), 1);
   PrintRow("  (random queries)", q_random, "scipy", ms("spline_random_best_ms"), 0);
-  PrintRow(std::to_string(number + 1) + " polyfit order 5, 1e6", q_fit, "numpy", ms("polyfit_best_ms"), 0);
+  PrintRow(std::to_string(number + 1) + " polyfit order 5, 1e6", q_fit, "numpy",
+           ms("polyfit_best_ms"), 0);
   std::printf(
       "%d: spline(tx, ty, q): natural cubic spline through a 1e4-point uneven table built and\n"
       "   evaluated at 1e6 rising queries (then random ones), result allocated; peer\n"
