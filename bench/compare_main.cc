@@ -20,6 +20,7 @@
 #include <string>
 #include <vector>
 
+#include "fitting_rows.h"
 #include "workloads.h"
 
 #ifndef QUORVIX_BENCH_DIR
@@ -612,6 +613,9 @@ int main(int argc, char** argv) {
       "   var with ddof=1, median, max, concatenate) timed in the same process as 3\n"
       "5: sort(0, x) of the same x, the variable reset before each evaluation;\n"
       "   peer np.sort(x), one thread\n");
+  std::printf("\n");
+  honest &= bench::FittingRows(6, o.numpy ? o.python : "", QUORVIX_BENCH_DIR "/fitting_peer.py",
+                               std::min(o.vector_reps, 10));
   std::printf("results %s\n", peers ? (honest ? "agree across contenders (checksums, sampled "
                                                 "elements bit for bit)"
                                               : "DISAGREE (see above)")

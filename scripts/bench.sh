@@ -19,6 +19,23 @@ for a in "$@"; do
   if [[ $a == --micro ]]; then micro=1; else args+=("$a"); fi
 done
 
+# Benchmark-only peers from Debian, installed when missing; a peer that cannot
+# be installed is skipped by the comparison with a note.
+install_peers() {
+  local missing=() pkg
+  for pkg in "$@"; do
+    dpkg-query -W -f='${Status}' "$pkg" 2>/dev/null | grep -q 'install ok installed' ||
+      missing+=("$pkg")
+  done
+  [[ ${#missing[@]} -eq 0 ]] && return 0
+  local sudo=()
+  [[ $(id -u) -eq 0 ]] || sudo=(sudo -n)
+  echo "installing benchmark peers: ${missing[*]}"
+  { "${sudo[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install -y -q --no-install-recommends \
+      "${missing[@]}"; } >/dev/null 2>&1 || echo "could not install ${missing[*]}; their columns are skipped"
+}
+command -v dpkg-query >/dev/null && install_peers python3-numpy python3-scipy
+
 cmake -S "$root" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=Release -DQUORVIX_BENCH=ON \
   >"$build.configure.log" 2>&1 || { cat "$build.configure.log"; exit 1; }
 rm -f "$build.configure.log"

@@ -22,6 +22,7 @@ PUBLIC = {
     "policy.h": "util",
     "output_sink.h": "util",
     "linalg.h": "numerics",
+    "interpolation.h": "numerics",
     "stat_functions.h": "numerics",
     "symtab.h": "values",
     "math_parser.h": "expression",

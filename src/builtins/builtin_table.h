@@ -43,6 +43,10 @@ std::span<const BuiltinEntry> CurveMeasureBuiltins();
 std::span<const BuiltinEntry> TextBuiltins();
 std::span<const BuiltinEntry> TimeDateBuiltins();
 std::span<const BuiltinEntry> ValueBuiltins();
+std::span<const BuiltinEntry> InterpolationBuiltins();
+std::span<const BuiltinEntry> PolynomialBuiltins();
+std::span<const BuiltinEntry> CurveFittingBuiltins();
+std::span<const BuiltinEntry> NonlinearFitBuiltins();
 
 // Registers every family's rows, with their flags and kernels.
 void RegisterBuiltins();
