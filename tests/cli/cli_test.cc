@@ -60,6 +60,9 @@ TEST(CliTest, EvalValuesAndErrors) {
        "quorvix: array too large (limit 5 elements)"},
       {{"eval", "--max-elements", "x", "1"}, 2, "",
        "quorvix eval: bad value 'x' for --max-elements (expected a positive integer)\n", nullptr},
+      // A fit's report is a message: standard error, not the values.
+      {{"eval", "polyfit({0, 1, 2}, {1, 3, 5}, 1)"}, 0, "1, 3, 5\n", nullptr,
+       "Polynomial coefficients: 1 * X^0 + 2 * X^1"},
       // Usage errors.
       {{"eval"}, 2, "", kEvalUsage, nullptr},
       {{"eval", "-D"}, 2, "", "quorvix eval: -D needs NAME=EXPR\n", nullptr},
