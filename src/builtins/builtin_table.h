@@ -43,6 +43,10 @@ std::span<const BuiltinEntry> CurveMeasureBuiltins();
 std::span<const BuiltinEntry> TextBuiltins();
 std::span<const BuiltinEntry> TimeDateBuiltins();
 std::span<const BuiltinEntry> ValueBuiltins();
+std::span<const BuiltinEntry> TransformBuiltins();
+std::span<const BuiltinEntry> SpectrumBuiltins();
+std::span<const BuiltinEntry> WindowBuiltins();
+std::span<const BuiltinEntry> WeightingBuiltins();
 
 // Registers every family's rows, with their flags and kernels.
 void RegisterBuiltins();
