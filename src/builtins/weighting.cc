@@ -24,11 +24,11 @@ using builtins::IsScalarArg;
 using builtins::IsVectorArg;
 using builtins::MustBe;
 
-constexpr double kF1 = 424.36;        // 20.6^2
-constexpr double kF2 = 11599.29;      // 107.7^2
-constexpr double kF3 = 544496.41;     // 737.9^2
-constexpr double kF5 = 25122.25;      // 158.5^2
-constexpr double kF4 = 1.4884e8;      // 12200^2
+constexpr double kF1 = 424.36;     // 20.6^2
+constexpr double kF2 = 11599.29;   // 107.7^2
+constexpr double kF3 = 544496.41;  // 737.9^2
+constexpr double kF5 = 25122.25;   // 158.5^2
+constexpr double kF4 = 1.4884e8;   // 12200^2
 constexpr double kFloor = 4.6078641892082647e-17;
 
 double CurveA(double f) {

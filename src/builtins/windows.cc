@@ -36,8 +36,7 @@ symtab* Window(sym_list* list) {
 symtab* Kaiser(sym_list* list) {
   Args args(list);
   if (!args.HasCount(2) || !args.Check(0, IsVectorArg, builtins::kInvalidArgType) ||
-      !args.Check(1, builtins::IsScalarArg,
-                  builtins::ArgumentMustBe(2, builtins::MustBe::kScalar)))
+      !args.Check(1, builtins::IsScalarArg, builtins::ArgumentMustBe(2, builtins::MustBe::kScalar)))
     return nullptr;
   return Windowed<numerics::Kaiser_Bessel>(args, builtins::ScalarOf(*args.Peek(1)));
 }

@@ -28,7 +28,8 @@ BlockLayout LayOutBlocks(std::size_t n, double block_size, double overlap) {
   b.m = Radix2Length(b.size);
   if (b.m == 0) return b;
   b.step = b.m - b.overlap;
-  const double rest = (static_cast<double>(n) - static_cast<double>(b.m)) / static_cast<double>(b.step);
+  const double rest =
+      (static_cast<double>(n) - static_cast<double>(b.m)) / static_cast<double>(b.step);
   b.count = static_cast<std::size_t>(std::ceil(rest) + 1.0);
   return b;
 }
@@ -36,12 +37,12 @@ BlockLayout LayOutBlocks(std::size_t n, double block_size, double overlap) {
 namespace {
 
 // The transform of block k of x into re and im (m each).
-void BlockTransform(const double* x, std::size_t n, const BlockLayout& b, std::size_t k,
-                    double* re, double* im) {
+void BlockTransform(const double* x, std::size_t n, const BlockLayout& b, std::size_t k, double* re,
+                    double* im) {
   const std::size_t start = k * b.step;
   const std::size_t available = start < n ? n - start : 0;
-  Radix2Transform(x + (start < n ? start : 0), nullptr, available < b.m ? available : b.m, b.m,
-                  re, im);
+  Radix2Transform(x + (start < n ? start : 0), nullptr, available < b.m ? available : b.m, b.m, re,
+                  im);
 }
 
 }  // namespace

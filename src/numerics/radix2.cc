@@ -49,8 +49,7 @@ struct Plan {
     low_bits = bits / 2;
     reverse_low.resize(std::size_t{1} << low_bits);
     reverse_high.resize(std::size_t{1} << (bits - low_bits));
-    for (std::size_t i = 0; i < reverse_low.size(); ++i)
-      reverse_low[i] = ReverseBits(i, low_bits);
+    for (std::size_t i = 0; i < reverse_low.size(); ++i) reverse_low[i] = ReverseBits(i, low_bits);
     for (std::size_t i = 0; i < reverse_high.size(); ++i)
       reverse_high[i] = ReverseBits(i, bits - low_bits);
     if (m < 2) return;
@@ -307,8 +306,7 @@ void Radix2Transform(const double* re_in, const double* im_in, std::size_t n, st
     }
 }
 
-void TransformAxis(std::size_t length, double dt, Direction direction, bool centred,
-                   double* axis) {
+void TransformAxis(std::size_t length, double dt, Direction direction, bool centred, double* axis) {
   const double len = static_cast<double>(length);
   for (std::size_t i = 0; i < length; ++i) {
     const double x = static_cast<double>(i);

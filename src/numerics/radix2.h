@@ -54,8 +54,7 @@ void Radix2Transform(const double* re_in, const double* im_in, std::size_t n, st
 // The axis of a transform of `length` points of samples dt apart: forward
 // f[i] = i / (dt length), shifted by -0.5 / dt when centred; inverse
 // t[i] = i dt.
-void TransformAxis(std::size_t length, double dt, Direction direction, bool centred,
-                   double* axis);
+void TransformAxis(std::size_t length, double dt, Direction direction, bool centred, double* axis);
 
 // Two work arrays of at least `length` doubles each, owned by the calling
 // thread and reused by its next request (so one holder at a time per

@@ -28,7 +28,8 @@ float BesselI0(float x) {
 }  // namespace
 
 WindowFunction::WindowFunction(std::int32_t n)
-    : n_(n > 0 ? n : 0), w_(new float[static_cast<std::size_t>(n_)]),
+    : n_(n > 0 ? n : 0),
+      w_(new float[static_cast<std::size_t>(n_)]),
       out_(new double[static_cast<std::size_t>(n_)]) {}
 
 WindowFunction::~WindowFunction() = default;
@@ -75,7 +76,8 @@ void Welch::Generate() {
 
 void Parzen::Generate() {
   const double c = Centre();
-  for (std::int32_t i = 0; i < size(); ++i) w()[i] = static_cast<float>(1.0 - std::fabs((i - c) / c));
+  for (std::int32_t i = 0; i < size(); ++i)
+    w()[i] = static_cast<float>(1.0 - std::fabs((i - c) / c));
 }
 
 void Kaiser_Bessel::Generate() {
