@@ -23,6 +23,10 @@
 #include "fitting_rows.h"
 #include "workloads.h"
 
+#if defined(QUORVIX_BENCH_FFTW)
+#include <fftw3.h>
+#endif
+
 #ifndef QUORVIX_BENCH_DIR
 #define QUORVIX_BENCH_DIR "."
 #endif
@@ -364,6 +368,127 @@ std::vector<StatsTiming> TimeStatsRows(const Options& o, const std::vector<doubl
 
 }  // namespace
 
+// Spectral rows ----------------------------------------------------------------------
+// fftmag(x) against abs(numpy.fft.fft(x, M)) and against FFTW (an r2c plan
+// made once with FFTW_ESTIMATE, then per run: the input copied into the
+// padded buffer, the transform, the magnitudes of all M lines).
+
+struct SpectralTiming {
+  long n = 0;
+  std::size_t m = 0;
+  double quorvix_ms = 0, numpy_ms = 0, fftw_ms = 0;
+  bool numpy_ok = false, fftw_ok = false, agree = true;
+  std::string numpy_version;
+};
+
+// abs(np.fft.fft(x, m)) in the numpy peer: best milliseconds and the sum of
+// the magnitudes.
+bool NumpyFft(const Options& o, const std::vector<double>& x, std::size_t m, double& best_ms,
+              double& sum, std::string& version) {
+  const char* tmp = std::getenv("TMPDIR");
+  const std::string path =
+      std::string(tmp && *tmp ? tmp : "/tmp") + "/quorvix-fft-" + std::to_string(getpid()) + ".f64";
+  if (!WriteDoubles(path, x)) return false;
+  const std::string cmd = ShellQuote(o.python) + " " +
+                          ShellQuote(QUORVIX_BENCH_DIR "/fft_peer.py") + " " + ShellQuote(path) +
+                          " " + std::to_string(m) + " " + std::to_string(o.runs);
+  std::FILE* p = popen(cmd.c_str(), "r");
+  bool ok = false;
+  if (p != nullptr) {
+    char line[256];
+    while (std::fgets(line, sizeof line, p) != nullptr) {
+      std::string l(line);
+      if (l.rfind("best_ms=", 0) == 0) best_ms = std::strtod(l.c_str() + 8, nullptr), ok = true;
+      if (l.rfind("sum=", 0) == 0) sum = std::strtod(l.c_str() + 4, nullptr);
+      if (l.rfind("version=", 0) == 0) version = l.substr(8, l.find_last_not_of("\n") - 7);
+    }
+    ok = pclose(p) == 0 && ok;
+  }
+  std::remove(path.c_str());
+  return ok;
+}
+
+SpectralTiming TimeSpectralRow(const Options& o, long n) {
+  SpectralTiming t;
+  t.n = n;
+  t.m = 1;
+  while (t.m < static_cast<std::size_t>(n)) t.m *= 2;
+  std::vector<double> x(static_cast<std::size_t>(n));
+  unsigned long long s = 12345;
+  for (double& v : x) {
+    s = s * 6364136223846793005ULL + 1442695040888963407ULL;
+    v = static_cast<double>(s >> 11) / 9007199254740992.0 - 0.5;
+  }
+  MathParser p;
+  bench::AddRowVector(p, "x", x);
+  std::unique_ptr<MathParserExpression> e(p.CreateExpression("fftmag(x)"));
+  std::vector<double> mine;
+  const Timing q = TimeEach(o.runs, false, [&] {
+    symtab* r = p.Evaluate(e.get());
+    if (r == nullptr) return;
+    mine.assign(r->data, r->data + static_cast<std::size_t>(r->rows) * r->cols);
+    r->Delete();
+  });
+  t.quorvix_ms = q.best_ms;
+  double mine_sum = 0;
+  for (double v : mine) mine_sum += v;
+  t.agree = mine.size() == t.m;
+  if (!o.only_quorvix && o.numpy) {
+    double sum = 0;
+    t.numpy_ok = NumpyFft(o, x, t.m, t.numpy_ms, sum, t.numpy_version);
+    if (t.numpy_ok && !Close(mine_sum, sum, 1e-9)) {
+      std::printf("MISMATCH fftmag 1x%ld: sum of magnitudes %.17g, numpy %.17g\n", n, mine_sum,
+                  sum);
+      t.agree = false;
+    }
+  }
+#if defined(QUORVIX_BENCH_FFTW)
+  if (!o.only_quorvix) {
+    double* in = fftw_alloc_real(t.m);
+    fftw_complex* out = fftw_alloc_complex(t.m / 2 + 1);
+    std::vector<double> mag(t.m);
+    fftw_plan plan = fftw_plan_dft_r2c_1d(static_cast<int>(t.m), in, out, FFTW_ESTIMATE);
+    const Timing f = TimeEach(o.runs, false, [&] {
+      std::copy(x.begin(), x.end(), in);
+      std::fill(in + n, in + t.m, 0.0);
+      fftw_execute(plan);
+      for (std::size_t k = 0; k <= t.m / 2; ++k)
+        mag[k] = std::sqrt(out[k][0] * out[k][0] + out[k][1] * out[k][1]);
+      for (std::size_t k = t.m / 2 + 1; k < t.m; ++k) mag[k] = mag[t.m - k];
+    });
+    t.fftw_ms = f.best_ms;
+    t.fftw_ok = true;
+    double worst = 0, top = 0;
+    for (std::size_t k = 0; k < t.m && k < mine.size(); ++k) {
+      worst = std::max(worst, std::fabs(mine[k] - mag[k]));
+      top = std::max(top, mag[k]);
+    }
+    if (mine.size() != t.m || worst > 1e-10 * top) {
+      std::printf("MISMATCH fftmag 1x%ld: FFTW differs by %.3g (largest line %.3g)\n", n, worst,
+                  top);
+      t.agree = false;
+    }
+    fftw_destroy_plan(plan);
+    fftw_free(in);
+    fftw_free(out);
+  }
+#endif
+  return t;
+}
+
+void SpectralRows(const std::vector<SpectralTiming>& rows) {
+  for (std::size_t i = 0; i < rows.size(); ++i) {
+    const SpectralTiming& r = rows[i];
+    const std::string label = (i == 0 ? "6 fftmag(x) 1x" : "  fftmag(x) 1x") + Count(r.n) +
+                              (r.m != static_cast<std::size_t>(r.n) ? " (M 2^20)" : "");
+    Row(label.c_str(), "ms/eval", Num(r.quorvix_ms, 3), "numpy",
+        r.numpy_ok ? Num(r.numpy_ms, 3) : "-", r.fftw_ok ? Num(r.fftw_ms, 3) : "-",
+        r.numpy_ok ? Ratio(r.quorvix_ms, r.numpy_ms) : "-", "<=1x",
+        r.numpy_ok ? (r.quorvix_ms <= r.numpy_ms ? "ok" : "MISS") : "",
+        r.fftw_ok ? Ratio(r.quorvix_ms, r.fftw_ms) : "-");
+  }
+}
+
 int main(int argc, char** argv) {
   Options o;
   if (!ParseOptions(argc, argv, o)) return 2;
@@ -600,6 +725,10 @@ int main(int argc, char** argv) {
       have_np_sort ? Num(np.sort_best_ms, 3) : "-", "-",
       have_np_sort ? Ratio(sort_t.best_ms, np.sort_best_ms) : "-", "<=1x",
       have_np_sort ? verdict(sort_t.best_ms / np.sort_best_ms, 1) : "", "-");
+  std::vector<SpectralTiming> spectral;
+  for (long count : {1L << 20, 1000000L}) spectral.push_back(TimeSpectralRow(o, count));
+  SpectralRows(spectral);
+  for (const SpectralTiming& r : spectral) honest = honest && r.agree;
   std::printf("\n1: %s, %ld evaluations, a changes every time; peer muparser %s\n",
               bench::kScalarFormula, n_scalar, mu_version.c_str());
   std::printf("2: Evaluate(char*) of the same text, %ld times (parse cache)\n", n_reparse);
@@ -612,9 +741,15 @@ int main(int argc, char** argv) {
       "4: x as in 3, a and b the first halves of x and y; numpy's equivalents (sum, mean,\n"
       "   var with ddof=1, median, max, concatenate) timed in the same process as 3\n"
       "5: sort(0, x) of the same x, the variable reset before each evaluation;\n"
-      "   peer np.sort(x), one thread\n");
+      "   peer np.sort(x), one thread\n"
+      "6: fftmag(x) of uniform noise, radix-2 zero padded to 2^20; peer\n"
+      "   abs(numpy.fft.fft(x, 2^20)) (numpy %s, one thread); the plain C++ column is FFTW 3\n"
+      "   (r2c, FFTW_ESTIMATE plan made once, the copy into the padded buffer and the\n"
+      "   magnitudes of all 2^20 lines timed)\n",
+      spectral.empty() || spectral[0].numpy_version.empty() ? "-"
+                                                            : spectral[0].numpy_version.c_str());
   std::printf("\n");
-  honest &= bench::FittingRows(6, o.numpy ? o.python : "", QUORVIX_BENCH_DIR "/fitting_peer.py",
+  honest &= bench::FittingRows(7, o.numpy ? o.python : "", QUORVIX_BENCH_DIR "/fitting_peer.py",
                                std::min(o.vector_reps, 10));
   std::printf("results %s\n", peers ? (honest ? "agree across contenders (checksums, sampled "
                                                 "elements bit for bit)"

@@ -31,10 +31,11 @@ install_peers() {
   local sudo=()
   [[ $(id -u) -eq 0 ]] || sudo=(sudo -n)
   echo "installing benchmark peers: ${missing[*]}"
-  { "${sudo[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install -y -q --no-install-recommends \
+  { "${sudo[@]}" env DEBIAN_FRONTEND=noninteractive apt-get update -q &&
+    "${sudo[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install -y -q --no-install-recommends \
       "${missing[@]}"; } >/dev/null 2>&1 || echo "could not install ${missing[*]}; their columns are skipped"
 }
-command -v dpkg-query >/dev/null && install_peers python3-numpy python3-scipy
+command -v dpkg-query >/dev/null && install_peers python3-numpy python3-scipy libfftw3-dev
 
 cmake -S "$root" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=Release -DQUORVIX_BENCH=ON \
   >"$build.configure.log" 2>&1 || { cat "$build.configure.log"; exit 1; }

@@ -19,10 +19,24 @@ void AddBuiltinFamily(BuiltinFamily family) { LaterFamilies().push_back(family);
 
 std::vector<BuiltinFamily> AllBuiltinFamilies() {
   static constexpr BuiltinFamily kFamilies[] = {
-      ElementaryBuiltins,         LinalgBuiltins,       FileBuiltins,          SystemBuiltins,
-      VectorConstructionBuiltins, ReductionBuiltins,    CurveMeasureBuiltins,  TextBuiltins,
-      TimeDateBuiltins,           ValueBuiltins,        InterpolationBuiltins, PolynomialBuiltins,
-      CurveFittingBuiltins,       NonlinearFitBuiltins,
+      ElementaryBuiltins,
+      LinalgBuiltins,
+      FileBuiltins,
+      SystemBuiltins,
+      VectorConstructionBuiltins,
+      ReductionBuiltins,
+      CurveMeasureBuiltins,
+      TextBuiltins,
+      TimeDateBuiltins,
+      ValueBuiltins,
+      InterpolationBuiltins,
+      PolynomialBuiltins,
+      CurveFittingBuiltins,
+      NonlinearFitBuiltins,
+      TransformBuiltins,
+      SpectrumBuiltins,
+      WindowBuiltins,
+      WeightingBuiltins,
   };
   std::vector<BuiltinFamily> all(std::begin(kFamilies), std::end(kFamilies));
   all.insert(all.end(), LaterFamilies().begin(), LaterFamilies().end());

@@ -47,6 +47,10 @@ std::span<const BuiltinEntry> InterpolationBuiltins();
 std::span<const BuiltinEntry> PolynomialBuiltins();
 std::span<const BuiltinEntry> CurveFittingBuiltins();
 std::span<const BuiltinEntry> NonlinearFitBuiltins();
+std::span<const BuiltinEntry> TransformBuiltins();
+std::span<const BuiltinEntry> SpectrumBuiltins();
+std::span<const BuiltinEntry> WindowBuiltins();
+std::span<const BuiltinEntry> WeightingBuiltins();
 
 // Registers every family's rows, with their flags and kernels.
 void RegisterBuiltins();

@@ -2,7 +2,9 @@
 // one test per file (ExpressionCases.<file>, TemplateCases.<file>). The
 // format is described in tests/cases/README.md.
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <regex>
@@ -160,6 +162,30 @@ class CaseFileTest : public testing::Test {
     return file_.filename().string() + ":" + std::to_string(e.line) + ": ";
   }
 
+  // "=> ~ a, b, ...": the value's numbers, each within a relative 1e-5 of
+  // the listed one (absolute 1e-12 near zero), NaN matching NaN.
+  static void ExpectClose(const symtab& v, const std::string& list, const std::string& shown) {
+    std::vector<double> want;
+    for (const char* p = list.c_str(); *p != '\0';) {
+      char* end = nullptr;
+      want.push_back(std::strtod(p, &end));
+      if (end == p) {
+        ADD_FAILURE() << shown << "\n  not a number list: " << list;
+        return;
+      }
+      p = end + std::strspn(end, ", ");
+    }
+    const bool scalar = v.type == SYM_SCALAR;
+    const std::size_t n = scalar ? 1 : v.type == SYM_ARRAY ? std::size_t(v.rows) * v.cols : 0;
+    ASSERT_EQ(n, want.size()) << shown << "\n  (count)";
+    for (std::size_t i = 0; i < n; ++i) {
+      const double got = scalar ? v.value : v.data[i];
+      if (std::isnan(want[i]) && std::isnan(got)) continue;
+      EXPECT_LE(std::fabs(got - want[i]), std::max(1e-12, 1e-5 * std::fabs(want[i])))
+          << shown << "\n  element " << i << ": " << got << ", expected " << want[i];
+    }
+  }
+
   // All cases of a file share one parser, in order.
   void RunExpression(const Entry& e, MathParser& parser, qt::ErrorCapture& errors) {
     static const std::regex kKind(R"((.*?) ?:: (scalar|array \d+x\d+|strings \d+))");
@@ -174,7 +200,9 @@ class CaseFileTest : public testing::Test {
       EXPECT_NE(value, nullptr) << shown << "\n  failed with: " << errors.first;
       EXPECT_EQ(errors.count, 0) << shown << "\n  a value, and the report: " << errors.first;
     }
-    if (e.has_out && value != nullptr) {
+    if (e.has_out && value != nullptr && e.out.rfind("~ ", 0) == 0) {
+      ExpectClose(*value, e.out.substr(2), shown);
+    } else if (e.has_out && value != nullptr) {
       const bool kind = std::regex_match(e.out, m, kKind);
       EXPECT_EQ(got, kind ? m.str(1) : e.out) << shown;
       if (kind) {
