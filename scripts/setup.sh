@@ -144,6 +144,10 @@ run_templates() {
   (cd "$ROOT" && "$build_dir/quorvix" fill --lf -I examples/deck examples/deck/deck.qvx)
   log "quorvix fill examples/report/report.qvx (a test report)"
   (cd "$ROOT" && "$build_dir/quorvix" fill --lf examples/report/report.qvx)
+  log "quorvix fill examples/spectrum/spectrum_svg.qvx (a spectrum as an SVG picture)"
+  (cd "$ROOT" && "$build_dir/quorvix" fill --lf -I examples/spectrum \
+    examples/spectrum/spectrum_svg.qvx -o "$build_dir/spectrum.svg")
+  log "wrote $build_dir/spectrum.svg (open it in a browser)"
 }
 
 run_tests() {
