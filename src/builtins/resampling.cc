@@ -4,13 +4,13 @@
 // Each returns a 3 x m matrix: row 0 the new abscissa, row 1 the time of
 // each new sample, row 2 the resampled values. The arguments are read in
 // place; the result is a new record.
+#include <strings.h>
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
 #include <optional>
 #include <span>
 #include <string>
-#include <strings.h>
 
 #include <vector>
 
@@ -21,6 +21,7 @@
 #include "numerics/interpolation.h"
 #include "numerics/revolutions.h"
 #include "quorvix/math_parser.h"
+#include "util/run_budget.h"
 #include "values/value_limits.h"
 
 namespace quorvix {
@@ -47,13 +48,14 @@ bool CheckArguments(Args& args, int vectors, const char* keyword) {
   if (!args.HasCount(vectors + 1)) return false;
   for (int i = 0; i < vectors; ++i)
     if (!args.Check(i, IsVectorArg, ArgumentMustBe(i + 1, MustBe::kVector))) return false;
-  if (!args.Check(vectors, [](const symtab& v) { return v.IsString() != 0; },
-                  ArgumentMustBe(vectors + 1, MustBe::kString)))
+  if (!args.Check(
+          vectors, [](const symtab& v) { return v.IsString() != 0; },
+          ArgumentMustBe(vectors + 1, MustBe::kString)))
     return false;
   const char* text = builtins::FirstString(*args.Peek(vectors));
   if (strcasecmp(text, keyword) != 0) {
-    const std::string message = "invalid keyword \"" + std::string(text) + "\" for argument " +
-                                std::to_string(vectors + 1);
+    const std::string message =
+        "invalid keyword \"" + std::string(text) + "\" for argument " + std::to_string(vectors + 1);
     Report(message.c_str());
     return false;
   }
@@ -96,7 +98,8 @@ bool ReadSpec(const symtab& v, StepSpec* spec) {
 // A new 3 x m result after the element limit allows it; null after
 // reporting "array too large" otherwise.
 symtab* NewResult(double m) {
-  if (!(m >= 1.0) || m > static_cast<double>(ElementLimit()) || !ElementCountFits(3, (long long)m)) {
+  if (!(m >= 1.0) || m > static_cast<double>(ElementLimit()) ||
+      !ElementCountFits(3, (long long)m)) {
     Report(ArrayTooLargeMessage().c_str());
     return nullptr;
   }
@@ -148,8 +151,8 @@ symtab* ResampTime(sym_list* list) {
   }
   std::optional<numerics::AntiAliasFilter> filter;
   if (down) filter.emplace(r);
-  numerics::ResampleUniform(yu, n, t.front(), dti, down ? &*filter : nullptr, times,
-                            times + 2 * m, m);
+  numerics::ResampleUniform(yu, n, t.front(), dti, down ? &*filter : nullptr, times, times + 2 * m,
+                            m);
   return args.Release(result.release());
 }
 
@@ -203,10 +206,12 @@ symtab* ResampResp(sym_list* list) {
   std::size_t from = 0;
   double previous = r[0];
   for (std::size_t k = 0; k < m; ++k) {
+    if ((k & 0xFFF) == 0) RunBudget::CheckTime();
     const double level = r0 + static_cast<double>(k) * dr;
     // A level farther from the start on the same side is first reached
     // after the one before it; any other level is searched from the start.
-    if ((level - r[0]) * (previous - r[0]) <= 0.0 || std::abs(level - r[0]) < std::abs(previous - r[0]))
+    if ((level - r[0]) * (previous - r[0]) <= 0.0 ||
+        std::abs(level - r[0]) < std::abs(previous - r[0]))
       from = 0;
     previous = level;
     numerics::Crossing c;
@@ -221,8 +226,8 @@ symtab* ResampResp(sym_list* list) {
     from = c.index;
     d[k] = level;
     d[m + k] = c.time;
-    d[2 * m + k] = c.fraction > 0.0 ? y[c.index] + c.fraction * (y[c.index + 1] - y[c.index])
-                                    : y[c.index];
+    d[2 * m + k] =
+        c.fraction > 0.0 ? y[c.index] + c.fraction * (y[c.index + 1] - y[c.index]) : y[c.index];
   }
   return args.Release(result.release());
 }

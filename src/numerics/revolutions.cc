@@ -50,8 +50,7 @@ double Revolutions::At(double tau) const {
   const std::size_t n = theta_.size();
   if (!(tau > t_[0])) return 0.0;
   if (tau >= t_[n - 1]) return theta_.back();
-  const std::size_t i =
-      static_cast<std::size_t>(std::upper_bound(t_, t_ + n, tau) - t_) - 1;
+  const std::size_t i = static_cast<std::size_t>(std::upper_bound(t_, t_ + n, tau) - t_) - 1;
   const double u = tau - t_[i];
   const double a = (rpm_[i + 1] - rpm_[i]) / (t_[i + 1] - t_[i]);
   return theta_[i] + (rpm_[i] * u + a * u * u / 2.0) / 60.0;
