@@ -21,6 +21,7 @@
 #include <vector>
 
 #include "fitting_rows.h"
+#include "resampling_rows.h"
 #include "workloads.h"
 
 #if defined(QUORVIX_BENCH_FFTW)
@@ -751,6 +752,10 @@ int main(int argc, char** argv) {
   std::printf("\n");
   honest &= bench::FittingRows(7, o.numpy ? o.python : "", QUORVIX_BENCH_DIR "/fitting_peer.py",
                                std::min(o.vector_reps, 10));
+  std::printf("\n");
+  honest &=
+      bench::ResamplingRows(9, o.numpy ? o.python : "", QUORVIX_BENCH_DIR "/resampling_peer.py",
+                            std::min(o.vector_reps, 5));
   std::printf("results %s\n", peers ? (honest ? "agree across contenders (checksums, sampled "
                                                 "elements bit for bit)"
                                               : "DISAGREE (see above)")

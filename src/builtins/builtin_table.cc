@@ -37,6 +37,7 @@ std::vector<BuiltinFamily> AllBuiltinFamilies() {
       SpectrumBuiltins,
       WindowBuiltins,
       WeightingBuiltins,
+      ResamplingBuiltins,
   };
   std::vector<BuiltinFamily> all(std::begin(kFamilies), std::end(kFamilies));
   all.insert(all.end(), LaterFamilies().begin(), LaterFamilies().end());
