@@ -37,6 +37,8 @@ std::vector<BuiltinFamily> AllBuiltinFamilies() {
       SpectrumBuiltins,
       WindowBuiltins,
       WeightingBuiltins,
+      FilteringBuiltins,
+      AlignmentBuiltins,
   };
   std::vector<BuiltinFamily> all(std::begin(kFamilies), std::end(kFamilies));
   all.insert(all.end(), LaterFamilies().begin(), LaterFamilies().end());
