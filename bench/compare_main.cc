@@ -20,6 +20,7 @@
 #include <string>
 #include <vector>
 
+#include "filter_rows.h"
 #include "fitting_rows.h"
 #include "workloads.h"
 
@@ -751,6 +752,8 @@ int main(int argc, char** argv) {
   std::printf("\n");
   honest &= bench::FittingRows(7, o.numpy ? o.python : "", QUORVIX_BENCH_DIR "/fitting_peer.py",
                                std::min(o.vector_reps, 10));
+  honest &= bench::FilterRows(9, o.numpy ? o.python : "", QUORVIX_BENCH_DIR "/filter_peer.py",
+                              std::min(o.vector_reps, 10));
   std::printf("results %s\n", peers ? (honest ? "agree across contenders (checksums, sampled "
                                                 "elements bit for bit)"
                                               : "DISAGREE (see above)")
