@@ -25,10 +25,11 @@ constexpr std::size_t kSamples = 10000000;
 
 // A 4th-order Butterworth low-pass at 0.2 of the Nyquist frequency
 // (scipy.signal.butter(4, 0.2)).
-const std::vector<double> kFilterB = {0.004824343357716231, 0.019297373430864923, 0.028946060146297387,
-                                0.019297373430864923, 0.004824343357716231};
-const std::vector<double> kFilterA = {1.0, -2.3695130071820376, 2.31398841441588, -1.0546654058785676,
-                                0.18737949236818488};
+const std::vector<double> kFilterB = {0.004824343357716231, 0.019297373430864923,
+                                      0.028946060146297387, 0.019297373430864923,
+                                      0.004824343357716231};
+const std::vector<double> kFilterA = {1.0, -2.3695130071820376, 2.31398841441588,
+                                      -1.0546654058785676, 0.18737949236818488};
 
 // Writes the files the peer reads into a fresh directory, runs it and
 // returns its key=value lines; empty on any failure.

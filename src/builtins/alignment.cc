@@ -36,10 +36,11 @@ bool HasKinds(const Args& args, const char* kinds) {
   const int count = static_cast<int>(std::char_traits<char>::length(kinds));
   if (!args.HasCount(count)) return false;
   for (int i = 0; i < count; ++i) {
-    const bool ok = kinds[i] == 'v'   ? args.Check(i, IsVectorArg, ArgumentMustBe(i + 1, MustBe::kVector))
-                    : kinds[i] == 's' ? args.Check(i, IsScalarArg, ArgumentMustBe(i + 1, MustBe::kScalar))
-                                      : args.Check(i, builtins::HasString,
-                                                   ArgumentMustBe(i + 1, MustBe::kString));
+    const bool ok =
+        kinds[i] == 'v' ? args.Check(i, IsVectorArg, ArgumentMustBe(i + 1, MustBe::kVector))
+        : kinds[i] == 's'
+            ? args.Check(i, IsScalarArg, ArgumentMustBe(i + 1, MustBe::kScalar))
+            : args.Check(i, builtins::HasString, ArgumentMustBe(i + 1, MustBe::kString));
     if (!ok) return false;
   }
   return true;
@@ -97,7 +98,8 @@ symtab* Suppress(sym_list* list) {
   std::vector<char> keep(n, 1);
   if (n >= 3) {
     double lo = INFINITY, hi = -INFINITY;
-    for (std::size_t i = 0; i < n; ++i) lo = std::fmin(lo, yv.data[i]), hi = std::fmax(hi, yv.data[i]);
+    for (std::size_t i = 0; i < n; ++i)
+      lo = std::fmin(lo, yv.data[i]), hi = std::fmax(hi, yv.data[i]);
     MarkKept(xv.data, yv.data, n, tol * (hi - lo), keep);
   }
   const auto m = static_cast<int>(std::count(keep.begin(), keep.end(), 1));
@@ -172,12 +174,24 @@ double BlockStatistic(const double* y, std::size_t count, long long mode) {
   for (std::size_t i = 0; i < count; ++i) {
     const double v = y[i];
     switch (mode) {
-      case 0: acc += v; break;
-      case 1: acc += v * v; break;
-      case 2: acc = std::fmin(acc, v); break;
-      case 3: acc = std::fmax(acc, v); break;
-      case 4: acc = std::fmax(acc, std::fabs(v)); break;
-      default: acc = std::fmax(acc, v), lo = std::fmin(lo, v); break;
+      case 0:
+        acc += v;
+        break;
+      case 1:
+        acc += v * v;
+        break;
+      case 2:
+        acc = std::fmin(acc, v);
+        break;
+      case 3:
+        acc = std::fmax(acc, v);
+        break;
+      case 4:
+        acc = std::fmax(acc, std::fabs(v));
+        break;
+      default:
+        acc = std::fmax(acc, v), lo = std::fmin(lo, v);
+        break;
     }
   }
   const auto c = static_cast<double>(count);
@@ -232,7 +246,8 @@ symtab* ResVector(sym_list* list) {
   Args args(list);
   if (!HasKinds(args, "tssssss")) return nullptr;
   MathParser* parser = MathParser::current_parser;
-  OwnedRecord stored(parser != nullptr ? parser->GetVariable(builtins::FirstString(*args.Peek(0))) : nullptr);
+  OwnedRecord stored(parser != nullptr ? parser->GetVariable(builtins::FirstString(*args.Peek(0)))
+                                       : nullptr);
   if (stored == nullptr) return args.Fail(kVariableNotFound);
   if (stored->type != SYM_ARRAY) return args.Fail(kVariableWrongType);
   double a[6];
