@@ -20,6 +20,7 @@
 #include <string>
 #include <vector>
 
+#include "filter_rows.h"
 #include "fitting_rows.h"
 #include "resampling_rows.h"
 #include "workloads.h"
@@ -756,6 +757,9 @@ int main(int argc, char** argv) {
   honest &=
       bench::ResamplingRows(9, o.numpy ? o.python : "", QUORVIX_BENCH_DIR "/resampling_peer.py",
                             std::min(o.vector_reps, 5));
+  std::printf("\n");
+  honest &= bench::FilterRows(10, o.numpy ? o.python : "", QUORVIX_BENCH_DIR "/filter_peer.py",
+                              std::min(o.vector_reps, 10));
   std::printf("results %s\n", peers ? (honest ? "agree across contenders (checksums, sampled "
                                                 "elements bit for bit)"
                                               : "DISAGREE (see above)")

@@ -126,8 +126,9 @@ bool ResamplingRows(int number, const std::string& python, const std::string& sc
     // order of the sums.
     if (pc != count || !(std::fabs(time_sum - pt) <= 1e-9 * std::fabs(pt)) ||
         !(std::fabs(value_sum - pv) <= 1e-9 * count)) {
-      std::printf("MISMATCH resamprevs: quorvix %d samples, sums %.17g %.17g; numpy %ld, %.17g %.17g\n",
-                  count, time_sum, value_sum, pc, pt, pv);
+      std::printf(
+          "MISMATCH resamprevs: quorvix %d samples, sums %.17g %.17g; numpy %ld, %.17g %.17g\n",
+          count, time_sum, value_sum, pc, pt, pv);
       agree = false;
     }
   }
@@ -147,7 +148,8 @@ bool ResamplingRows(int number, const std::string& python, const std::string& sc
       "   same algorithm in numpy/scipy %s: cumulative trapezoid, searchsorted and the\n"
       "   closed-form root for the times, CubicSpline(t, y, bc_type=\"natural\") for the values\n",
       number, count, peer.empty() ? "-" : peer["scipy"].c_str());
-  if (!python.empty() && peer.empty()) std::printf("   numpy/scipy peer unavailable (python3-scipy)\n");
+  if (!python.empty() && peer.empty())
+    std::printf("   numpy/scipy peer unavailable (python3-scipy)\n");
   return agree;
 }
 

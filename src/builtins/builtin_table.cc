@@ -38,6 +38,8 @@ std::vector<BuiltinFamily> AllBuiltinFamilies() {
       WindowBuiltins,
       WeightingBuiltins,
       ResamplingBuiltins,
+      FilteringBuiltins,
+      AlignmentBuiltins,
   };
   std::vector<BuiltinFamily> all(std::begin(kFamilies), std::end(kFamilies));
   all.insert(all.end(), LaterFamilies().begin(), LaterFamilies().end());

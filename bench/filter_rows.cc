@@ -1,0 +1,139 @@
+#include "filter_rows.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <map>
+#include <memory>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "quorvix/math_parser.h"
+#include "workloads.h"
+
+namespace bench {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+constexpr std::size_t kSamples = 10000000;
+
+// A 4th-order Butterworth low-pass at 0.2 of the Nyquist frequency
+// (scipy.signal.butter(4, 0.2)).
+const std::vector<double> kFilterB = {0.004824343357716231, 0.019297373430864923,
+                                      0.028946060146297387, 0.019297373430864923,
+                                      0.004824343357716231};
+const std::vector<double> kFilterA = {1.0, -2.3695130071820376, 2.31398841441588,
+                                      -1.0546654058785676, 0.18737949236818488};
+
+// Writes the files the peer reads into a fresh directory, runs it and
+// returns its key=value lines; empty on any failure.
+std::map<std::string, std::string> RunFilterPeer(const std::string& python,
+                                                 const std::string& script,
+                                                 const std::vector<double>& x, int runs) {
+  std::map<std::string, std::string> out;
+  const char* tmp = std::getenv("TMPDIR");
+  std::string pattern = std::string(tmp && *tmp ? tmp : "/tmp") + "/quorvix-filter-XXXXXX";
+  if (mkdtemp(pattern.data()) == nullptr) return out;
+  const std::string d = pattern;
+  const std::pair<const char*, const std::vector<double>*> files[] = {
+      {"b", &kFilterB}, {"a", &kFilterA}, {"x", &x}};
+  bool written = true;
+  for (const auto& [name, v] : files) {
+    std::FILE* f = std::fopen((d + "/" + name).c_str(), "wb");
+    written = written && f != nullptr && std::fwrite(v->data(), 8, v->size(), f) == v->size();
+    if (f != nullptr) written = std::fclose(f) == 0 && written;
+  }
+  if (written) {
+    std::string cmd = "'" + python + "' '" + script + "' '" + d + "' " + std::to_string(runs);
+    if (std::FILE* p = popen(cmd.c_str(), "r")) {
+      char buf[4096];
+      while (std::fgets(buf, sizeof buf, p) != nullptr) {
+        std::string line(buf);
+        while (!line.empty() && (line.back() == '\n' || line.back() == '\r')) line.pop_back();
+        auto eq = line.find('=');
+        if (eq != std::string::npos) out[line.substr(0, eq)] = line.substr(eq + 1);
+      }
+      if (pclose(p) != 0) out.clear();
+    }
+  }
+  for (const auto& [name, v] : files) std::remove((d + "/" + name).c_str());
+  rmdir(d.c_str());
+  return out;
+}
+
+}  // namespace
+
+bool FilterRows(int number, const std::string& python, const std::string& script, int runs) {
+  std::vector<double> x(kSamples);
+  std::mt19937_64 rng(7);
+  std::normal_distribution<double> noise(0.0, 1.0);
+  for (std::size_t i = 0; i < kSamples; ++i)
+    x[i] = std::sin(0.001 * static_cast<double>(i)) + 0.5 * noise(rng);
+  MathParser p;
+  AddRowVector(p, "b", kFilterB);
+  AddRowVector(p, "a", kFilterA);
+  AddRowVector(p, "x", x);
+  const char* text = "irfilter(b, a, x)";
+  std::unique_ptr<MathParserExpression> e(p.CreateExpression(text));
+  std::vector<double> y;
+  double best = 1e300;
+  for (int r = 0; r <= runs; ++r) {  // the first run warms up
+    auto t0 = Clock::now();
+    symtab* v = e ? p.Evaluate(e.get()) : nullptr;
+    auto t1 = Clock::now();
+    if (v == nullptr || v->type != SYM_ARRAY) {
+      std::fprintf(stderr, "quorvix %s failed: %s\n", text, MathParser::ErrorText().c_str());
+      std::exit(1);
+    }
+    if (r == runs) y.assign(v->data, v->data + static_cast<std::size_t>(v->rows) * v->cols);
+    v->Delete();
+    if (r > 0) best = std::min(best, std::chrono::duration<double>(t1 - t0).count() * 1e3);
+  }
+
+  std::map<std::string, std::string> peer;
+  if (!python.empty()) peer = RunFilterPeer(python, script, x, runs);
+  const double peer_ms =
+      peer.count("lfilter_best_ms") ? std::strtod(peer["lfilter_best_ms"].c_str(), nullptr) : 0.0;
+  bool agree = true;
+  if (!peer.empty()) {
+    // The same recurrence in the same form: equal but for the rounding of
+    // the coefficients' normalisation.
+    const std::string& list = peer["lfilter_samples"];
+    const std::size_t at[] = {0, kSamples / 3, 2 * kSamples / 3, kSamples - 1};
+    for (std::size_t k = 0, pos = 0; k < 4 && pos != std::string::npos; ++k) {
+      const double c = std::strtod(list.c_str() + pos, nullptr);
+      if (!(std::fabs(c - y[at[k]]) <= 1e-10 * (1.0 + std::fabs(c)))) {
+        std::printf("MISMATCH irfilter sample %zu: quorvix %.17g, scipy %.17g\n", at[k], y[at[k]],
+                    c);
+        agree = false;
+      }
+      pos = list.find(',', pos);
+      if (pos != std::string::npos) ++pos;
+    }
+  }
+  char qs[32], ps[32] = "-", ratio[32] = "-";
+  std::snprintf(qs, sizeof qs, "%.3f", best);
+  if (peer_ms > 0) {
+    std::snprintf(ps, sizeof ps, "%.3f", peer_ms);
+    std::snprintf(ratio, sizeof ratio, "%.2fx", best / peer_ms);
+  }
+  const std::string label = std::to_string(number) + " irfilter IIR4, 1e7";
+  std::printf("%-28s %-8s %10s  %-11s %10s  %10s  %9s  %-6s %-6s %9s\n", label.c_str(), "ms/eval",
+              qs, "scipy", ps, "-", ratio, "<=1x",
+              peer_ms > 0 ? (best / peer_ms <= 1.0 ? "ok" : "MISS") : "", "-");
+  std::printf(
+      "%d: irfilter(b, a, x), a 4th-order Butterworth low-pass (butter(4, 0.2)) over 1e7\n"
+      "   samples, result in a copy of x; peer scipy.signal.lfilter(b, a, x), scipy %s,\n"
+      "   one thread\n",
+      number, peer.empty() ? "-" : peer["scipy"].c_str());
+  if (!python.empty() && peer.empty()) std::printf("   scipy peer unavailable (python3-scipy)\n");
+  return agree;
+}
+
+}  // namespace bench
