@@ -12,10 +12,10 @@
 namespace quorvix::builtins {
 namespace {
 
-constexpr std::array<std::string_view, 6> kWindowWords = {"none",  "hanning", "hamming",
+constexpr std::array<std::string_view, 6> kWindowWords = {"none",   "hanning", "hamming",
                                                           "parzen", "welch",   "blackman_harris"};
-constexpr std::array<std::string_view, 6> kSelectorWords = {
-    "slices", "time", "response", "revolutions", "frequency", "order"};
+constexpr std::array<std::string_view, 6> kSelectorWords = {"slices",      "time",      "response",
+                                                            "revolutions", "frequency", "order"};
 constexpr std::array<std::string_view, 2> kTrackWords = {"order", "frequency"};
 constexpr std::array<std::string_view, 3> kScalingWords = {"peak", "rms", "power"};
 
