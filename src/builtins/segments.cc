@@ -194,15 +194,16 @@ symtab* TimeSegments(sym_list* list, bool seven, bool levels) {
   const std::size_t hop = c.size - static_cast<std::size_t>(overlap);
   const std::size_t count = (c.y.size() - c.size) / hop + 1;
   if (c.output == Selector::kSlices)
-    return Emit(args, c, levels, static_cast<double>(count), c.y.data(),
-                [&](std::size_t k) { return Segment{k * hop, {}}; });
+    return Emit(args, c, levels, static_cast<double>(count), c.y.data(), [&](std::size_t k) {
+      return Segment{k * hop, {}};
+    });
   numerics::Revolutions rev(c.t.data(), c.rpm.data(), c.t.size());
   Shaft shaft;
   if (!ReadShaft(c, rev, &shaft)) return nullptr;
   return Emit(args, c, levels, static_cast<double>(count), c.y.data(), [&](std::size_t k) {
     const std::size_t s0 = k * hop;
-    return Segment{s0, numerics::TimeSegmentCentre(rev, c.t.data(), c.rpm.data(), c.t.size(), s0,
-                                                   c.size)};
+    return Segment{
+        s0, numerics::TimeSegmentCentre(rev, c.t.data(), c.rpm.data(), c.t.size(), s0, c.size)};
   });
 }
 
@@ -255,9 +256,9 @@ symtab* SpeedSegments(sym_list* list, bool angle, bool levels) {
       x = {c.t[extreme], extreme, 0.0};
     from = x.index;
     const double theta = rev.At(x.time);
-    const long long centre = angle ? numerics::AngleCentre(theta, spr)
-                                   : static_cast<long long>(numerics::NearestSample(
-                                         c.t.data(), n, x.time));
+    const long long centre =
+        angle ? numerics::AngleCentre(theta, spr)
+              : static_cast<long long>(numerics::NearestSample(c.t.data(), n, x.time));
     return Segment{numerics::SegmentStart(centre, c.size, samples), {x.time, level, theta}};
   });
 }
@@ -300,8 +301,8 @@ symtab* StrSegRevs(sym_list* list) {
                           a + 2 * samples);
   return Emit(args, c, false, count, a + 2 * samples, [&](std::size_t k) {
     const std::size_t s0 = static_cast<std::size_t>(std::round(static_cast<double>(k) * q));
-    return Segment{s0, numerics::AngleSegmentCentre(rev, c.t.data(), c.rpm.data(), n, spr, s0,
-                                                    c.size)};
+    return Segment{s0,
+                   numerics::AngleSegmentCentre(rev, c.t.data(), c.rpm.data(), n, spr, s0, c.size)};
   });
 }
 
