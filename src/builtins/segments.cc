@@ -104,7 +104,7 @@ bool ReadCall(const Args& args, bool seven, bool angle, Call* c) {
 
 // The speed channel of a seven-argument call as revolutions: its mean time
 // step must not be zero, t must rise, rpm be finite and not negative, and
-// the shaft must turn. Null after reporting.
+// the shaft must turn. False after reporting.
 struct Shaft {
   double dt;
   double max_rpm;
