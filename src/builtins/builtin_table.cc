@@ -40,6 +40,7 @@ std::vector<BuiltinFamily> AllBuiltinFamilies() {
       ResamplingBuiltins,
       FilteringBuiltins,
       AlignmentBuiltins,
+      SegmentBuiltins,
   };
   std::vector<BuiltinFamily> all(std::begin(kFamilies), std::end(kFamilies));
   all.insert(all.end(), LaterFamilies().begin(), LaterFamilies().end());
