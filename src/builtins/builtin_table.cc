@@ -38,6 +38,7 @@ std::vector<BuiltinFamily> AllBuiltinFamilies() {
       WindowBuiltins,
       WeightingBuiltins,
       ResamplingBuiltins,
+      ShortTimeBuiltins,
   };
   std::vector<BuiltinFamily> all(std::begin(kFamilies), std::end(kFamilies));
   all.insert(all.end(), LaterFamilies().begin(), LaterFamilies().end());

@@ -52,6 +52,7 @@ std::span<const BuiltinEntry> SpectrumBuiltins();
 std::span<const BuiltinEntry> WindowBuiltins();
 std::span<const BuiltinEntry> WeightingBuiltins();
 std::span<const BuiltinEntry> ResamplingBuiltins();
+std::span<const BuiltinEntry> ShortTimeBuiltins();
 
 // Registers every family's rows, with their flags and kernels.
 void RegisterBuiltins();
