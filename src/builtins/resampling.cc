@@ -4,18 +4,17 @@
 // Each returns a 3 x m matrix: row 0 the new abscissa, row 1 the time of
 // each new sample, row 2 the resampled values. The arguments are read in
 // place; the result is a new record.
-#include <strings.h>
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
 #include <optional>
 #include <span>
-#include <string>
 
 #include <vector>
 
 #include "builtins/builtin_support.h"
 #include "builtins/builtin_table.h"
+#include "builtins/signal_keywords.h"
 #include "builtins/spectral_support.h"
 #include "numerics/antialias.h"
 #include "numerics/interpolation.h"
@@ -48,18 +47,7 @@ bool CheckArguments(Args& args, int vectors, const char* keyword) {
   if (!args.HasCount(vectors + 1)) return false;
   for (int i = 0; i < vectors; ++i)
     if (!args.Check(i, IsVectorArg, ArgumentMustBe(i + 1, MustBe::kVector))) return false;
-  if (!args.Check(
-          vectors, [](const symtab& v) { return v.IsString() != 0; },
-          ArgumentMustBe(vectors + 1, MustBe::kString)))
-    return false;
-  const char* text = builtins::FirstString(*args.Peek(vectors));
-  if (strcasecmp(text, keyword) != 0) {
-    const std::string message =
-        "invalid keyword \"" + std::string(text) + "\" for argument " + std::to_string(vectors + 1);
-    Report(message.c_str());
-    return false;
-  }
-  return true;
+  return builtins::ReadFixedKeyword(args, vectors, keyword, builtins::ErrorAt::kCall);
 }
 
 // Equal counts of the first `vectors` arguments.
