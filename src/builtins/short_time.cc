@@ -6,7 +6,6 @@
 // Errors about the call and its first argument are reported at the opening
 // parenthesis, every later one at a comma. Arguments are read in place; each
 // result is a new record.
-#include <strings.h>
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
@@ -17,11 +16,13 @@
 
 #include "builtins/builtin_support.h"
 #include "builtins/builtin_table.h"
+#include "builtins/signal_keywords.h"
 #include "builtins/spectral_support.h"
 #include "numerics/radix2.h"
 #include "numerics/revolutions.h"
+#include "numerics/segment_abscissa.h"
+#include "numerics/segment_placement.h"
 #include "numerics/segment_spectrum.h"
-#include "numerics/window_function.h"
 #include "quorvix/math_parser.h"
 #include "util/run_budget.h"
 #include "values/value_limits.h"
@@ -36,6 +37,8 @@ using builtins::MustBe;
 using builtins::NumericElements;
 using builtins::OwnedRecord;
 using builtins::Report;
+using builtins::Selector;
+using builtins::SelectorBit;
 using numerics::SpectrumScaling;
 
 constexpr char kWindowTooLong[] = "Window size must not be greater than number of data points";
@@ -66,38 +69,8 @@ bool CheckKinds(const Args& args, const char* kinds) {
   return true;
 }
 
-// The index in `names` of the keyword in argument `position` (any case);
-// -1 after reporting an unknown one.
-int Keyword(const Args& args, int position, std::span<const char* const> names) {
-  const char* text = builtins::FirstString(*args.Peek(position - 1));
-  for (std::size_t i = 0; i < names.size(); ++i)
-    if (strcasecmp(text, names[i]) == 0) return static_cast<int>(i);
-  const std::string message =
-      "invalid keyword \"" + std::string(text) + "\" for argument " + std::to_string(position);
-  Report(message.c_str(), At(position));
-  return -1;
-}
-
-constexpr const char* kWindowNames[] = {"none",  "hanning", "hamming",
-                                        "parzen", "welch",  "blackman_harris"};
-constexpr const char* kScalingNames[] = {"peak", "rms", "power"};
-enum Selector { kSlices, kTime, kResponse, kRevolutions, kFrequency };
-constexpr const char* kSelectorNames[] = {"slices", "time", "response", "revolutions",
-                                          "frequency"};
-constexpr const char* kTrackNames[] = {"order", "frequency"};
-
-// The coefficients of window `kind` (an index of kWindowNames) for n points.
-std::vector<double> WindowOf(int kind, std::int32_t n) {
-  std::vector<double> w(static_cast<std::size_t>(n), 1.0);
-  std::unique_ptr<numerics::WindowFunction> f;
-  if (kind == 1) f = std::make_unique<numerics::Hanning>(n);
-  if (kind == 2) f = std::make_unique<numerics::Hamming>(n);
-  if (kind == 3) f = std::make_unique<numerics::Parzen>(n);
-  if (kind == 4) f = std::make_unique<numerics::Welch>(n);
-  if (kind == 5) f = std::make_unique<numerics::Blackman_Harris>(n);
-  if (f != nullptr) std::copy(f->coefficients().begin(), f->coefficients().end(), w.begin());
-  return w;
-}
+// The scaling of a segment spectrum for a scaling keyword.
+SpectrumScaling ToScaling(builtins::Scaling s) { return static_cast<SpectrumScaling>(s); }
 
 double MeanStep(std::span<const double> t) {
   if (t.size() < 2) return 0.0;
@@ -142,27 +115,9 @@ symtab* NewMatrix(std::size_t rows, std::size_t cols) {
   return v;
 }
 
-// Linear interpolation of c (sampled at rising t) at tau, clamped to the
-// ends.
-double ValueAt(std::span<const double> t, std::span<const double> c, double tau) {
-  const std::size_t n = t.size();
-  if (!(tau > t[0])) return c[0];
-  if (!(tau < t[n - 1])) return c[n - 1];
-  const std::size_t i =
-      static_cast<std::size_t>(std::upper_bound(t.begin(), t.end(), tau) - t.begin()) - 1;
-  const double span = t[i + 1] - t[i];
-  return span > 0.0 ? c[i] + (tau - t[i]) / span * (c[i + 1] - c[i]) : c[i];
-}
-
-// The start of the n-sample segment centred on the sample nearest tau
-// (lower index on a tie), shifted inside a record of `total` samples.
-std::size_t PlaceSegment(std::span<const double> t, double tau, std::size_t n) {
-  const std::size_t total = t.size();
-  std::size_t c = static_cast<std::size_t>(std::upper_bound(t.begin(), t.end(), tau) - t.begin());
-  c = c == 0 ? 0 : c - 1;
-  if (c + 1 < total && t[c + 1] - tau < tau - t[c]) ++c;
-  const std::size_t half = n / 2;
-  return std::min(c > half ? c - half : 0, total - n);
+// The speed channel at tau, held at the ends.
+double SpeedAt(std::span<const double> t, std::span<const double> rpm, double tau) {
+  return numerics::SpeedAt(t.data(), rpm.data(), t.size(), tau);
 }
 
 symtab* Stft(sym_list* list) {
@@ -171,11 +126,17 @@ symtab* Stft(sym_list* list) {
   std::span<const double> t = NumericElements(*args.Peek(0));
   std::span<const double> y = NumericElements(*args.Peek(1));
   std::span<const double> rpm = NumericElements(*args.Peek(2));
-  const int window = Keyword(args, 5, kWindowNames);
-  const int scaling = window < 0 ? -1 : Keyword(args, 6, kScalingNames);
-  const int selector = scaling < 0 ? -1 : Keyword(args, 7, kSelectorNames);
+  builtins::WindowKind window;
+  builtins::Scaling scaling;
+  Selector selector;
   std::size_t size = 0;
-  if (selector < 0 || !SegmentLength(*args.Peek(3), y.size(), &size)) return nullptr;
+  if (!builtins::ReadWindow(args, 4, ErrorAt::kComma, &window) ||
+      !builtins::ReadScaling(args, 5, ErrorAt::kComma, &scaling) ||
+      !builtins::ReadSelector(args, 6,
+                              builtins::kSegmentSelectors | SelectorBit(Selector::kFrequency),
+                              ErrorAt::kComma, &selector) ||
+      !SegmentLength(*args.Peek(3), y.size(), &size))
+    return nullptr;
   const double dt = MeanStep(t);
   if (dt == 0.0) return args.Fail(builtins::kSamplingIntervalZero);
   const std::size_t n = y.size();
@@ -185,16 +146,16 @@ symtab* Stft(sym_list* list) {
   if (m == 0) return args.Fail(ArrayTooLargeMessage().c_str(), ErrorAt::kComma);
   const std::size_t lines = m / 2 + 1;
 
-  if (selector == kFrequency) {
+  if (selector == Selector::kFrequency) {
     OwnedRecord axis(NewMatrix(1, lines));
     if (axis == nullptr) return nullptr;
     for (std::size_t k = 0; k < lines; ++k)
       axis->data[k] = static_cast<double>(k) / (static_cast<double>(m) * dt);
     return args.Release(axis.release());
   }
-  if (selector != kSlices) {
+  if (selector != Selector::kSlices) {
     std::unique_ptr<numerics::Revolutions> rev;
-    if (selector == kRevolutions) {
+    if (selector == Selector::kRevolutions) {
       rev = std::make_unique<numerics::Revolutions>(t.data(), rpm.data(), n);
       if (!rev->Valid()) return args.Fail(builtins::kValueOutOfRange, ErrorAt::kComma);
     }
@@ -202,24 +163,24 @@ symtab* Stft(sym_list* list) {
     if (column == nullptr) return nullptr;
     for (std::size_t k = 0; k < segments; ++k) {
       const double centre = (t[k * hop] + t[k * hop + size - 1]) / 2.0;
-      column->data[k] = selector == kTime       ? centre
-                        : selector == kResponse ? ValueAt(t, rpm, centre)
-                                                : rev->At(centre);
+      column->data[k] = selector == Selector::kTime       ? centre
+                        : selector == Selector::kResponse ? SpeedAt(t, rpm, centre)
+                                                          : rev->At(centre);
     }
     return args.Release(column.release());
   }
 
   OwnedRecord map(NewMatrix(segments, lines));
   if (map == nullptr) return nullptr;
-  const std::vector<double> w = WindowOf(window, static_cast<std::int32_t>(size));
+  const std::vector<double> w =
+      builtins::WindowCoefficients(window, static_cast<std::int32_t>(size));
   const numerics::Radix2Scratch work = numerics::ScratchArrays(m);
   std::vector<double> product(size);
   if (work.im == nullptr) return args.Fail(builtins::kOutOfMemory);
   for (std::size_t k = 0; k < segments; ++k) {
     if ((k & 0x3F) == 0) RunBudget::CheckTime();
-    numerics::SegmentSpectrum(y.data() + k * hop, w.data(), size, m,
-                              static_cast<SpectrumScaling>(scaling), product.data(), work.re,
-                              work.im, map->data + k * lines);
+    numerics::SegmentSpectrum(y.data() + k * hop, w.data(), size, m, ToScaling(scaling),
+                              product.data(), work.re, work.im, map->data + k * lines);
   }
   return args.Release(map.release());
 }
@@ -271,32 +232,39 @@ symtab* Vtdft(sym_list* list) {
   std::span<const double> rpm = NumericElements(*args.Peek(2));
   std::span<const double> tracks = NumericElements(*args.Peek(4));
   std::span<const double> levels = NumericElements(*args.Peek(5));
-  static constexpr const char* kLevelNames[] = {"time", "response", "revolutions"};
-  const int window = Keyword(args, 7, kWindowNames);
-  const int track_kind = window < 0 ? -1 : Keyword(args, 8, kTrackNames);
-  const int level_kind = track_kind < 0 ? -1 : Keyword(args, 9, kLevelNames);
-  const int scaling = level_kind < 0 ? -1 : Keyword(args, 10, kScalingNames);
+  builtins::WindowKind window;
+  builtins::TrackKind track_kind;
+  Selector level_kind;
+  builtins::Scaling scaling;
   std::size_t size = 0;
-  if (scaling < 0 || !SegmentLength(*args.Peek(3), y.size(), &size)) return nullptr;
+  if (!builtins::ReadWindow(args, 6, ErrorAt::kComma, &window) ||
+      !builtins::ReadTrackKind(args, 7, ErrorAt::kComma, &track_kind) ||
+      !builtins::ReadSelector(args, 8,
+                              builtins::kSegmentSelectors & ~SelectorBit(Selector::kSlices),
+                              ErrorAt::kComma, &level_kind) ||
+      !builtins::ReadScaling(args, 9, ErrorAt::kComma, &scaling) ||
+      !SegmentLength(*args.Peek(3), y.size(), &size))
+    return nullptr;
   const double dt = MeanStep(t);
   if (dt == 0.0) return args.Fail(builtins::kSamplingIntervalZero);
   const std::size_t n = y.size();
   numerics::Revolutions rev(t.data(), rpm.data(), n);
-  if (level_kind == 2 && !rev.Valid())
+  if (level_kind == Selector::kRevolutions && !rev.Valid())
     return args.Fail(builtins::kValueOutOfRange, ErrorAt::kComma);
   OwnedRecord result(NewMatrix(levels.size(), tracks.size()));
   if (result == nullptr) return nullptr;
-  const std::vector<double> w = WindowOf(window, static_cast<std::int32_t>(size));
+  const std::vector<double> w =
+      builtins::WindowCoefficients(window, static_cast<std::int32_t>(size));
   const std::size_t cols = tracks.size();
   for (std::size_t r = 0; r < levels.size(); ++r) {
     RunBudget::CheckTime();
     const double level = levels[r];
     double tau = 0.0;
     bool triggered = false;
-    if (level_kind == 0) {
+    if (level_kind == Selector::kTime) {
       tau = level;
       triggered = level >= t[0] && level <= t[n - 1];
-    } else if (level_kind == 1) {
+    } else if (level_kind == Selector::kResponse) {
       numerics::Crossing c;
       triggered = numerics::FirstCrossing(t.data(), rpm.data(), n, level, 0, &c);
       tau = c.time;
@@ -309,11 +277,13 @@ symtab* Vtdft(sym_list* list) {
       std::fill(row, row + cols, std::nan(""));
       continue;
     }
-    const std::size_t s0 = PlaceSegment(t, tau, size);
-    const double speed = track_kind == 0 ? ValueAt(t, rpm, tau) / 60.0 : 1.0;
+    const std::size_t s0 = numerics::SegmentStart(
+        static_cast<long long>(numerics::NearestSample(t.data(), n, tau)), size, n);
+    const double speed =
+        track_kind == builtins::TrackKind::kOrder ? SpeedAt(t, rpm, tau) / 60.0 : 1.0;
     for (std::size_t j = 0; j < cols; ++j)
       row[j] = numerics::SingleLine(y.data() + s0, w.data(), size, tracks[j] * speed * dt,
-                                    static_cast<SpectrumScaling>(scaling));
+                                    ToScaling(scaling));
   }
   return args.Release(result.release());
 }
@@ -325,14 +295,13 @@ symtab* Storder(sym_list* list) {
   std::span<const double> y = NumericElements(*args.Peek(1));
   std::span<const double> rpm = NumericElements(*args.Peek(2));
   std::span<const double> orders = NumericElements(*args.Peek(3));
-  const int window = Keyword(args, 6, kWindowNames);
-  if (window < 0) return nullptr;
+  builtins::WindowKind window;
+  if (!builtins::ReadWindow(args, 5, ErrorAt::kComma, &window)) return nullptr;
   const double dt = MeanStep(t);
   if (dt == 0.0) return args.Fail(builtins::kSamplingIntervalZero);
   const std::size_t n = y.size();
   numerics::Revolutions rev(t.data(), rpm.data(), n);
-  if (!rev.Valid())
-    return args.Fail(builtins::kValueOutOfRange, ErrorAt::kComma);
+  if (!rev.Valid()) return args.Fail(builtins::kValueOutOfRange, ErrorAt::kComma);
   const int spr = numerics::SamplesPerRevolution(dt, *std::max_element(rpm.begin(), rpm.end()));
   const double count = numerics::AngleSampleCount(rev.total(), spr);
   if (!(count <= static_cast<double>(ElementLimit())))
@@ -349,16 +318,19 @@ symtab* Storder(sym_list* list) {
   const std::size_t cols = orders.size() + 2;
   OwnedRecord result(NewMatrix(segments, cols));
   if (result == nullptr) return nullptr;
-  const std::vector<double> w = WindowOf(window, static_cast<std::int32_t>(size));
+  const std::vector<double> w =
+      builtins::WindowCoefficients(window, static_cast<std::int32_t>(size));
   for (std::size_t k = 0; k < segments; ++k) {
     if ((k & 0x3F) == 0) RunBudget::CheckTime();
     const std::size_t s0 = k * hop;
     double* row = result->data + k * cols;
-    row[0] = rev.TimeAt((static_cast<double>(s0) + static_cast<double>(size - 1) / 2.0) / spr);
-    row[1] = ValueAt(t, rpm, row[0]);
+    const numerics::SegmentAbscissa centre =
+        numerics::AngleSegmentCentre(rev, t.data(), rpm.data(), n, spr, s0, size);
+    row[0] = centre.time;
+    row[1] = centre.rpm;
     for (std::size_t j = 0; j < orders.size(); ++j)
-      row[2 + j] = numerics::SingleLine(ya + s0, w.data(), size, orders[j] / spr,
-                                        SpectrumScaling::kPeak);
+      row[2 + j] =
+          numerics::SingleLine(ya + s0, w.data(), size, orders[j] / spr, SpectrumScaling::kPeak);
   }
   return args.Release(result.release());
 }
