@@ -18,6 +18,7 @@
 #include "builtins/builtin_table.h"
 #include "builtins/signal_keywords.h"
 #include "builtins/spectral_support.h"
+#include "numerics/level_sequence.h"
 #include "numerics/radix2.h"
 #include "numerics/revolutions.h"
 #include "numerics/segment_abscissa.h"
@@ -67,6 +68,17 @@ bool CheckKinds(const Args& args, const char* kinds) {
     if (!ok) return false;
   }
   return true;
+}
+
+// Arguments 3 to 6 of the rpm-stepped functions: size, step, t, rpm.
+bool CheckKinds3To6(const Args& args) {
+  return args.Check(2, builtins::IsScalarArg, ArgumentMustBe(3, MustBe::kScalar),
+                    ErrorAt::kComma) &&
+         args.Check(3, builtins::IsScalarArg, ArgumentMustBe(4, MustBe::kScalar),
+                    ErrorAt::kComma) &&
+         args.Check(4, builtins::IsVectorArg, ArgumentMustBe(5, MustBe::kVector),
+                    ErrorAt::kComma) &&
+         args.Check(5, builtins::IsVectorArg, ArgumentMustBe(6, MustBe::kVector), ErrorAt::kComma);
 }
 
 // The scaling of a segment spectrum for a scaling keyword.
@@ -335,6 +347,109 @@ symtab* Storder(sym_list* list) {
   return args.Release(result.release());
 }
 
+// The triggers of the speed levels for `step`: the first-crossing time of
+// each level the channel reaches, in level order. False after reporting a
+// zero or non-finite step or a speed channel that is not finite.
+bool StepTriggers(std::span<const double> t, std::span<const double> rpm, double step,
+                  std::vector<double>* times) {
+  bool finite = std::isfinite(step) && step != 0.0 && !rpm.empty();
+  for (double r : rpm) finite = finite && std::isfinite(r);
+  if (!finite) {
+    Report(builtins::kValueOutOfRange, ErrorAt::kComma);
+    return false;
+  }
+  const auto [lo, hi] = std::minmax_element(rpm.begin(), rpm.end());
+  const numerics::LevelSequence levels = numerics::StepLevels(rpm[0], *lo, *hi, step);
+  // Every level lies between the extremes, so there are at most as many as
+  // the channel has samples' worth of distinct crossings; the element limit
+  // bounds the rest.
+  if (!(levels.count <= static_cast<double>(ElementLimit()))) {
+    Report(ArrayTooLargeMessage().c_str(), ErrorAt::kComma);
+    return false;
+  }
+  std::size_t from = 0;
+  for (double j = 0; j < levels.count; ++j) {
+    if ((times->size() & 0xFFF) == 0) RunBudget::CheckTime();
+    numerics::Crossing c;
+    // Levels rise (or fall) away from the first sample, so each is first
+    // reached after the one before it.
+    if (!numerics::FirstCrossing(t.data(), rpm.data(), t.size(), levels.At(j), from, &c)) continue;
+    from = c.index;
+    times->push_back(c.time);
+  }
+  return true;
+}
+
+// The tracked lines of vtfreq or vtorder: a scalar or a vector, read from
+// slot 6.
+bool TrackList(const Args& args) {
+  return args.Check(
+      6, [](const symtab& v) { return v.IsScalar() != 0 || v.IsVector() != 0; },
+      ArgumentMustBe(7, MustBe::kVector), ErrorAt::kComma);
+}
+
+// vtfreq and vtorder share their arguments: y, window, size, step, t, rpm
+// and the tracks.
+template <bool kAngle>
+symtab* StepTracks(sym_list* list) {
+  Args args(list);
+  if (!args.HasCount(7) ||
+      !args.Check(0, builtins::IsVectorArg, ArgumentMustBe(1, MustBe::kVector)))
+    return nullptr;
+  builtins::WindowKind window;
+  if (!builtins::ReadWindow(args, 1, ErrorAt::kComma, &window) || !CheckKinds3To6(args) ||
+      !TrackList(args) || !SameCounts(args, {0, 4, 5}))
+    return nullptr;
+  std::span<const double> y = NumericElements(*args.Peek(0));
+  std::span<const double> t = NumericElements(*args.Peek(4));
+  std::span<const double> rpm = NumericElements(*args.Peek(5));
+  std::span<const double> tracks = NumericElements(*args.Peek(6));
+  const double dt = MeanStep(t);
+  if (dt == 0.0) return args.Fail(builtins::kSamplingIntervalZero, ErrorAt::kComma);
+  const std::size_t n = y.size();
+  std::vector<double> angle;
+  const double* signal = y.data();
+  std::size_t samples = n;
+  int spr = 0;
+  numerics::Revolutions rev(t.data(), rpm.data(), n);
+  if (kAngle) {
+    if (!rev.Valid()) return args.Fail(builtins::kValueOutOfRange, ErrorAt::kComma);
+    spr = numerics::SamplesPerRevolution(dt, *std::max_element(rpm.begin(), rpm.end()));
+    const double count = numerics::AngleSampleCount(rev.total(), spr);
+    if (!(count <= static_cast<double>(ElementLimit())))
+      return args.Fail(ArrayTooLargeMessage().c_str(), ErrorAt::kComma);
+    samples = static_cast<std::size_t>(count);
+  }
+  std::size_t size = 0;
+  std::vector<double> triggers;
+  if (!SegmentLength(*args.Peek(2), samples, &size) ||
+      !StepTriggers(t, rpm, builtins::ScalarOf(*args.Peek(3)), &triggers))
+    return nullptr;
+  OwnedRecord result(NewMatrix(triggers.size(), tracks.size()));
+  if (result == nullptr) return nullptr;
+  if (kAngle) {
+    angle.resize(3 * samples);
+    numerics::AngleResample(rev, t.data(), y.data(), n, spr, samples, angle.data(),
+                            angle.data() + samples, angle.data() + 2 * samples);
+    signal = angle.data() + 2 * samples;
+  }
+  const std::vector<double> w =
+      builtins::WindowCoefficients(window, static_cast<std::int32_t>(size));
+  const double per_sample = kAngle ? 1.0 / spr : dt;
+  for (std::size_t k = 0; k < triggers.size(); ++k) {
+    if ((k & 0x3F) == 0) RunBudget::CheckTime();
+    const long long centre =
+        kAngle ? numerics::AngleCentre(rev.At(triggers[k]), spr)
+               : static_cast<long long>(numerics::NearestSample(t.data(), n, triggers[k]));
+    const std::size_t s0 = numerics::SegmentStart(centre, size, samples);
+    double* row = result->data + k * tracks.size();
+    for (std::size_t j = 0; j < tracks.size(); ++j)
+      row[j] = numerics::SingleLine(signal + s0, w.data(), size, tracks[j] * per_sample,
+                                    SpectrumScaling::kPeak);
+  }
+  return args.Release(result.release());
+}
+
 constexpr unsigned kNone = kNoCallFlags;
 
 // clang-format off
@@ -360,6 +475,15 @@ constexpr BuiltinEntry kShortTimeBuiltins[] = {
      "single-line amplitudes of the segment placed at each level, one column per track",
      "vtdft({0, 1, 2, 3}, {1, 2, 1, 2}, {60, 60, 60, 60}, 2, {0}, {1}, \"none\", \"frequency\", "
      "\"time\", \"peak\")", true},
+    {"vtfreq", StepTracks<false>, 7, kNone, nullptr,
+     "vtfreq(y, window, size, step, t, rpm, freqs)",
+     "single-line amplitudes of each frequency in the segments placed at every step of rpm",
+     "vtfreq({0, 1, 0, -1, 0, 1}, \"none\", 4, 10, {0, 1, 2, 3, 4, 5}, {10, 20, 30, 40, 50, 60}, "
+     "0.25)", true},
+    {"vtorder", StepTracks<true>, 7, kNone, nullptr,
+     "vtorder(y, window, size, step, t, rpm, orders)",
+     "single-line amplitudes of each order in angle-domain segments placed at every step of rpm",
+     "vtorder({0, 1, 4}, \"none\", 2, 30, {0, 0.5, 1}, {60, 90, 120}, 1)", true},
 };
 // clang-format on
 
