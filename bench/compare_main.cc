@@ -22,6 +22,7 @@
 
 #include "fitting_rows.h"
 #include "resampling_rows.h"
+#include "short_time_rows.h"
 #include "workloads.h"
 
 #if defined(QUORVIX_BENCH_FFTW)
@@ -756,6 +757,10 @@ int main(int argc, char** argv) {
   honest &=
       bench::ResamplingRows(9, o.numpy ? o.python : "", QUORVIX_BENCH_DIR "/resampling_peer.py",
                             std::min(o.vector_reps, 5));
+  std::printf("\n");
+  honest &=
+      bench::ShortTimeRows(10, o.numpy ? o.python : "", QUORVIX_BENCH_DIR "/short_time_peer.py",
+                           std::min(o.vector_reps, 5));
   std::printf("results %s\n", peers ? (honest ? "agree across contenders (checksums, sampled "
                                                 "elements bit for bit)"
                                               : "DISAGREE (see above)")
