@@ -39,6 +39,7 @@ std::vector<BuiltinFamily> AllBuiltinFamilies() {
       WeightingBuiltins,
       ResamplingBuiltins,
       ShortTimeBuiltins,
+      SegmentBuiltins,
   };
   std::vector<BuiltinFamily> all(std::begin(kFamilies), std::end(kFamilies));
   all.insert(all.end(), LaterFamilies().begin(), LaterFamilies().end());
