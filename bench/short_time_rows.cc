@@ -55,8 +55,9 @@ bool ShortTimeRows(int number, const std::string& python, const std::string& scr
     // Different transforms (radix-2 here, pocketfft there): rounding only.
     if (pr != rows || pc != cols || !(std::fabs(map_sum - ps) <= 1e-9 * std::fabs(ps)) ||
         !(std::fabs(sample - pm) <= 1e-9 * std::fabs(pm) + 1e-12)) {
-      std::printf("MISMATCH stft: quorvix %dx%d, sum %.17g, sample %.17g; scipy %ldx%ld, %.17g %.17g\n",
-                  rows, cols, map_sum, sample, pr, pc, ps, pm);
+      std::printf(
+          "MISMATCH stft: quorvix %dx%d, sum %.17g, sample %.17g; scipy %ldx%ld, %.17g %.17g\n",
+          rows, cols, map_sum, sample, pr, pc, ps, pm);
       agree = false;
     }
   }

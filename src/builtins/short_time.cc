@@ -347,33 +347,32 @@ symtab* Storder(sym_list* list) {
   return args.Release(result.release());
 }
 
-// The triggers of the speed levels for `step`: the first-crossing time of
-// each level the channel reaches, in level order. False after reporting a
-// zero or non-finite step or a speed channel that is not finite.
+// The triggers of the speed levels for `step`, in level order, as the
+// rpm-stepped segments place them: the first-crossing time of each level,
+// a last level within the slack of the extreme standing at the extreme.
+// False after reporting a zero or non-finite step. rpm is a valid speed
+// channel.
 bool StepTriggers(std::span<const double> t, std::span<const double> rpm, double step,
                   std::vector<double>* times) {
-  bool finite = std::isfinite(step) && step != 0.0 && !rpm.empty();
-  for (double r : rpm) finite = finite && std::isfinite(r);
-  if (!finite) {
+  if (!std::isfinite(step) || step == 0.0) {
     Report(builtins::kValueOutOfRange, ErrorAt::kComma);
     return false;
   }
   const auto [lo, hi] = std::minmax_element(rpm.begin(), rpm.end());
   const numerics::LevelSequence levels = numerics::StepLevels(rpm[0], *lo, *hi, step);
-  // Every level lies between the extremes, so there are at most as many as
-  // the channel has samples' worth of distinct crossings; the element limit
-  // bounds the rest.
   if (!(levels.count <= static_cast<double>(ElementLimit()))) {
     Report(ArrayTooLargeMessage().c_str(), ErrorAt::kComma);
     return false;
   }
+  const std::size_t extreme = static_cast<std::size_t>((step > 0.0 ? hi : lo) - rpm.begin());
   std::size_t from = 0;
   for (double j = 0; j < levels.count; ++j) {
     if ((times->size() & 0xFFF) == 0) RunBudget::CheckTime();
     numerics::Crossing c;
     // Levels rise (or fall) away from the first sample, so each is first
     // reached after the one before it.
-    if (!numerics::FirstCrossing(t.data(), rpm.data(), t.size(), levels.At(j), from, &c)) continue;
+    if (!numerics::FirstCrossing(t.data(), rpm.data(), t.size(), levels.At(j), from, &c))
+      c = {t[extreme], extreme, 0.0};
     from = c.index;
     times->push_back(c.time);
   }
@@ -412,8 +411,8 @@ symtab* StepTracks(sym_list* list) {
   std::size_t samples = n;
   int spr = 0;
   numerics::Revolutions rev(t.data(), rpm.data(), n);
+  if (!rev.Valid()) return args.Fail(builtins::kValueOutOfRange, ErrorAt::kComma);
   if (kAngle) {
-    if (!rev.Valid()) return args.Fail(builtins::kValueOutOfRange, ErrorAt::kComma);
     spr = numerics::SamplesPerRevolution(dt, *std::max_element(rpm.begin(), rpm.end()));
     const double count = numerics::AngleSampleCount(rev.total(), spr);
     if (!(count <= static_cast<double>(ElementLimit())))
