@@ -227,9 +227,13 @@ symtab* Stfreq(sym_list* list) {
       out->data[i] = freq.back();
     } else {
       // Rising t walks forward; otherwise search.
-      if (j + 1 >= mid.size() || mid[j] > tau || mid[j + 1] < tau)
-        j = static_cast<std::size_t>(std::upper_bound(mid.begin(), mid.end(), tau) - mid.begin()) -
-            1;
+      // A t that does not rise leaves the midpoints unordered: the search
+      // may then land anywhere, but stays inside them.
+      if (j + 1 >= mid.size() || mid[j] > tau || mid[j + 1] < tau) {
+        const auto at = std::upper_bound(mid.begin(), mid.end(), tau) - mid.begin();
+        j = std::clamp<std::size_t>(static_cast<std::size_t>(std::max<long>(at, 1)) - 1, 0,
+                                    mid.size() - 2);
+      }
       out->data[i] = freq[j] + (tau - mid[j]) / (mid[j + 1] - mid[j]) * (freq[j + 1] - freq[j]);
     }
   }
@@ -316,7 +320,7 @@ symtab* Storder(sym_list* list) {
   if (!rev.Valid()) return args.Fail(builtins::kValueOutOfRange, ErrorAt::kComma);
   const int spr = numerics::SamplesPerRevolution(dt, *std::max_element(rpm.begin(), rpm.end()));
   const double count = numerics::AngleSampleCount(rev.total(), spr);
-  if (!(count <= static_cast<double>(ElementLimit())))
+  if (!(3.0 * count <= static_cast<double>(ElementLimit())))
     return args.Fail(ArrayTooLargeMessage().c_str(), ErrorAt::kComma);
   const std::size_t m = static_cast<std::size_t>(count);
   std::size_t size = 0;
@@ -415,7 +419,7 @@ symtab* StepTracks(sym_list* list) {
   if (kAngle) {
     spr = numerics::SamplesPerRevolution(dt, *std::max_element(rpm.begin(), rpm.end()));
     const double count = numerics::AngleSampleCount(rev.total(), spr);
-    if (!(count <= static_cast<double>(ElementLimit())))
+    if (!(3.0 * count <= static_cast<double>(ElementLimit())))
       return args.Fail(ArrayTooLargeMessage().c_str(), ErrorAt::kComma);
     samples = static_cast<std::size_t>(count);
   }
