@@ -23,6 +23,7 @@
 #include "filter_rows.h"
 #include "fitting_rows.h"
 #include "resampling_rows.h"
+#include "short_time_rows.h"
 #include "workloads.h"
 
 #if defined(QUORVIX_BENCH_FFTW)
@@ -758,7 +759,11 @@ int main(int argc, char** argv) {
       bench::ResamplingRows(9, o.numpy ? o.python : "", QUORVIX_BENCH_DIR "/resampling_peer.py",
                             std::min(o.vector_reps, 5));
   std::printf("\n");
-  honest &= bench::FilterRows(10, o.numpy ? o.python : "", QUORVIX_BENCH_DIR "/filter_peer.py",
+  honest &=
+      bench::ShortTimeRows(10, o.numpy ? o.python : "", QUORVIX_BENCH_DIR "/short_time_peer.py",
+                           std::min(o.vector_reps, 5));
+  std::printf("\n");
+  honest &= bench::FilterRows(11, o.numpy ? o.python : "", QUORVIX_BENCH_DIR "/filter_peer.py",
                               std::min(o.vector_reps, 10));
   std::printf("results %s\n", peers ? (honest ? "agree across contenders (checksums, sampled "
                                                 "elements bit for bit)"

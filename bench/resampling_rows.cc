@@ -21,17 +21,15 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
+}  // namespace
+
 // A 60-second run-up from 600 to 6000 rpm sampled at 51.2 kHz: orders 2 and
 // 7.5 of the shaft and a little noise.
 constexpr double kRate = 51200.0;
 constexpr double kSeconds = 60.0;
 
-struct Record {
-  std::vector<double> t, y, rpm;
-};
-
-Record MakeRecord() {
-  Record r;
+RunUpRecord MakeRunUpRecord() {
+  RunUpRecord r;
   std::mt19937_64 rng(7);
   std::normal_distribution<double> noise(0.0, 0.05);
   const std::size_t n = static_cast<std::size_t>(kRate * kSeconds) + 1;
@@ -46,6 +44,8 @@ Record MakeRecord() {
   return r;
 }
 
+namespace {
+
 bool WriteFile(const std::string& path, const std::vector<double>& v) {
   std::FILE* f = std::fopen(path.c_str(), "wb");
   if (f == nullptr) return false;
@@ -53,10 +53,11 @@ bool WriteFile(const std::string& path, const std::vector<double>& v) {
   return std::fclose(f) == 0 && ok;
 }
 
-// Runs the peer script on the record; its key=value lines, empty on failure.
-std::map<std::string, std::string> RunResamplingPeer(const std::string& python,
-                                                     const std::string& script, const Record& r,
-                                                     int runs) {
+}  // namespace
+
+std::map<std::string, std::string> RunRecordPeer(const std::string& python,
+                                                 const std::string& script, const RunUpRecord& r,
+                                                 int runs) {
   std::map<std::string, std::string> out;
   const char* tmp = std::getenv("TMPDIR");
   std::string pattern = std::string(tmp && *tmp ? tmp : "/tmp") + "/quorvix-resamp-XXXXXX";
@@ -86,10 +87,8 @@ std::map<std::string, std::string> RunResamplingPeer(const std::string& python,
   return out;
 }
 
-}  // namespace
-
 bool ResamplingRows(int number, const std::string& python, const std::string& script, int runs) {
-  const Record rec = MakeRecord();
+  const RunUpRecord rec = MakeRunUpRecord();
   MathParser p;
   AddRowVector(p, "rt", rec.t);
   AddRowVector(p, "ry", rec.y);
@@ -114,7 +113,7 @@ bool ResamplingRows(int number, const std::string& python, const std::string& sc
   }
 
   std::map<std::string, std::string> peer;
-  if (!python.empty()) peer = RunResamplingPeer(python, script, rec, runs);
+  if (!python.empty()) peer = RunRecordPeer(python, script, rec, runs);
   bool agree = true;
   double peer_ms = 0;
   if (!peer.empty()) {

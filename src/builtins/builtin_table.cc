@@ -40,6 +40,7 @@ std::vector<BuiltinFamily> AllBuiltinFamilies() {
       ResamplingBuiltins,
       FilteringBuiltins,
       AlignmentBuiltins,
+      ShortTimeBuiltins,
       SegmentBuiltins,
   };
   std::vector<BuiltinFamily> all(std::begin(kFamilies), std::end(kFamilies));

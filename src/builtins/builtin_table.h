@@ -54,6 +54,7 @@ std::span<const BuiltinEntry> WeightingBuiltins();
 std::span<const BuiltinEntry> ResamplingBuiltins();
 std::span<const BuiltinEntry> FilteringBuiltins();
 std::span<const BuiltinEntry> AlignmentBuiltins();
+std::span<const BuiltinEntry> ShortTimeBuiltins();
 std::span<const BuiltinEntry> SegmentBuiltins();
 
 // Registers every family's rows, with their flags and kernels.
