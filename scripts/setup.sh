@@ -148,6 +148,10 @@ run_templates() {
   (cd "$ROOT" && "$build_dir/quorvix" fill --lf -I examples/spectrum \
     examples/spectrum/spectrum_svg.qvx -o "$build_dir/spectrum.svg")
   log "wrote $build_dir/spectrum.svg (open it in a browser)"
+  log "quorvix fill examples/rotating/order_tracks_svg.qvx (order tracks of a run-up)"
+  (cd "$ROOT" && "$build_dir/quorvix" fill --lf -I examples/rotating \
+    examples/rotating/order_tracks_svg.qvx -o "$build_dir/order_tracks.svg")
+  log "wrote $build_dir/order_tracks.svg"
 }
 
 run_tests() {

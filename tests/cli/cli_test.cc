@@ -1,8 +1,11 @@
 // The quorvix command-line program, run as a separate process.
 #include <algorithm>
+#include <cmath>
+#include <cstdio>
 #include <fstream>
 #include <iterator>
 #include <optional>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -267,4 +270,38 @@ TEST_F(FillCliTest, SpectrumExampleAgreesWithNumpy) {
   // README shows the committed picture: it must be what the template makes.
   std::ifstream shown(ex + "/spectrum.svg", std::ios::binary);
   EXPECT_EQ(std::string(std::istreambuf_iterator<char>(shown), {}), svg.out);
+}
+
+// The run-up example: its order tracks against the amplitudes the synthetic
+// signal was built with (the 4.5th order 0.5 throughout the low speeds; the
+// 2nd order the resonance gain 1 / sqrt((1 - r^2)^2 + (0.2 r)^2), 5 at its
+// peak), and its two pictures as README shows them.
+TEST_F(FillCliTest, RunUpExampleTracksTheOrdersItWasBuiltWith) {
+  const std::string ex = std::string(QUORVIX_CASES_DIR) + "/../../examples/rotating";
+  Outcome csv = Fill({"--lf", "-I", ex, ex + "/tracks_csv.qvx"});
+  ASSERT_EQ(csv.status, 0) << csv.err;
+  std::istringstream in(csv.out);
+  std::string line;
+  std::getline(in, line);
+  EXPECT_EQ(line, "time_s,rpm,order_2,order_4_5");
+  double peak = 0;
+  int rows = 0;
+  while (std::getline(in, line)) {
+    double t, rpm, o2, o45;
+    ASSERT_EQ(std::sscanf(line.c_str(), "%lf,%lf,%lf,%lf", &t, &rpm, &o2, &o45), 4) << line;
+    ++rows;
+    peak = std::max(peak, o2);
+    if (rpm > 2400) continue;
+    const double r = 2 * rpm / 60 / 120;
+    EXPECT_NEAR(o2, 1 / std::sqrt((1 - r * r) * (1 - r * r) + 0.04 * r * r), 0.03) << line;
+    EXPECT_NEAR(o45, 0.5, 0.02) << line;
+  }
+  EXPECT_GT(rows, 20);
+  EXPECT_NEAR(peak, 5.0, 0.2);
+  for (const char* picture : {"order_tracks", "map"}) {
+    Outcome svg = Fill({"--lf", "-I", ex, ex + "/" + picture + "_svg.qvx"});
+    ASSERT_EQ(svg.status, 0) << svg.err;
+    std::ifstream shown(ex + "/" + picture + ".svg", std::ios::binary);
+    EXPECT_EQ(std::string(std::istreambuf_iterator<char>(shown), {}), svg.out) << picture;
+  }
 }
