@@ -34,6 +34,8 @@ inline constexpr char kValueOutOfRange[] = "Value out of range";
 inline constexpr char kIndexOutOfRange[] = "Index out of range";
 inline constexpr char kSizeNotPositive[] = "Size must be greater than 0";
 inline constexpr char kOutOfMemory[] = "Out of memory";
+inline constexpr char kWindowTooLong[] =
+    "Window size must not be greater than number of data points";
 
 // "Argument N must be scalar" and its siblings for positions 1 to 10; null
 // for another position.

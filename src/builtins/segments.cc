@@ -40,7 +40,6 @@ using builtins::OwnedRecord;
 using builtins::Selector;
 using numerics::SegmentAbscissa;
 
-constexpr char kWindowTooLong[] = "Window size must not be greater than number of data points";
 // Errors about the second argument or a later one name the comma before it.
 constexpr ErrorAt kLater = ErrorAt::kComma;
 
@@ -60,7 +59,7 @@ struct Call {
 // it. False after reporting.
 bool FitSize(Call* c, std::size_t samples) {
   if (c->size > samples) {
-    builtins::Report(kWindowTooLong, kLater);
+    builtins::Report(builtins::kWindowTooLong, kLater);
     return false;
   }
   c->window = builtins::WindowCoefficients(c->window_kind, static_cast<std::int32_t>(c->size));

@@ -42,8 +42,6 @@ using builtins::Selector;
 using builtins::SelectorBit;
 using numerics::SpectrumScaling;
 
-constexpr char kWindowTooLong[] = "Window size must not be greater than number of data points";
-
 // Where an error about argument `position` (1-based) is reported.
 ErrorAt At(int position) { return position <= 1 ? ErrorAt::kCall : ErrorAt::kComma; }
 
@@ -107,7 +105,7 @@ bool SegmentLength(const symtab& size, std::size_t n, std::size_t* out) {
     return false;
   }
   if (static_cast<unsigned long long>(count) > n) {
-    Report(kWindowTooLong, ErrorAt::kComma);
+    Report(builtins::kWindowTooLong, ErrorAt::kComma);
     return false;
   }
   *out = static_cast<std::size_t>(count);
