@@ -13,6 +13,7 @@
 #include <string>
 #include <vector>
 
+#include "peer_row.h"
 #include "quorvix/math_parser.h"
 #include "workloads.h"
 
@@ -117,16 +118,8 @@ bool FilterRows(int number, const std::string& python, const std::string& script
       if (pos != std::string::npos) ++pos;
     }
   }
-  char qs[32], ps[32] = "-", ratio[32] = "-";
-  std::snprintf(qs, sizeof qs, "%.3f", best);
-  if (peer_ms > 0) {
-    std::snprintf(ps, sizeof ps, "%.3f", peer_ms);
-    std::snprintf(ratio, sizeof ratio, "%.2fx", best / peer_ms);
-  }
   const std::string label = std::to_string(number) + " irfilter IIR4, 1e7";
-  std::printf("%-28s %-8s %10s  %-11s %10s  %10s  %9s  %-6s %-6s %9s\n", label.c_str(), "ms/eval",
-              qs, "scipy", ps, "-", ratio, "<=1x",
-              peer_ms > 0 ? (best / peer_ms <= 1.0 ? "ok" : "MISS") : "", "-");
+  PrintPeerRow(label, "scipy", best, peer_ms, 1);
   std::printf(
       "%d: irfilter(b, a, x), a 4th-order Butterworth low-pass (butter(4, 0.2)) over 1e7\n"
       "   samples, result in a copy of x; peer scipy.signal.lfilter(b, a, x), scipy %s,\n"

@@ -13,6 +13,7 @@
 #include <string>
 #include <vector>
 
+#include "peer_row.h"
 #include "quorvix/math_parser.h"
 #include "workloads.h"
 
@@ -114,16 +115,7 @@ double TimeExpression(MathParser& p, const char* text, int runs, std::vector<dou
 
 void PrintRow(const std::string& label, double q, const char* peer_name, double peer,
               double target) {
-  char qs[32], ps[32] = "-", ratio[32] = "-";
-  std::snprintf(qs, sizeof qs, "%.3f", q);
-  if (peer > 0) {
-    std::snprintf(ps, sizeof ps, "%.3f", peer);
-    std::snprintf(ratio, sizeof ratio, "%.2fx", q / peer);
-  }
-  std::printf("%-28s %-8s %10s  %-11s %10s  %10s  %9s  %-6s %-6s %9s\n", label.c_str(), "ms/eval",
-              qs, peer_name, ps, "-", ratio,
-              target > 0 ? ("<=" + std::to_string(int(target)) + "x").c_str() : "",
-              peer > 0 && target > 0 ? (q / peer <= target ? "ok" : "MISS") : "", "-");
+  PrintPeerRow(label, peer_name, q, peer, target);
 }
 
 }  // namespace

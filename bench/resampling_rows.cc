@@ -13,6 +13,7 @@
 #include <string>
 #include <vector>
 
+#include "peer_row.h"
 #include "quorvix/math_parser.h"
 #include "workloads.h"
 
@@ -131,16 +132,8 @@ bool ResamplingRows(int number, const std::string& python, const std::string& sc
       agree = false;
     }
   }
-  char qs[32], ps[32] = "-", ratio[32] = "-";
-  std::snprintf(qs, sizeof qs, "%.3f", best);
-  if (peer_ms > 0) {
-    std::snprintf(ps, sizeof ps, "%.3f", peer_ms);
-    std::snprintf(ratio, sizeof ratio, "%.2fx", best / peer_ms);
-  }
   const std::string label = std::to_string(number) + " resamprevs 60 s, 51.2 kHz";
-  std::printf("%-28s %-8s %10s  %-11s %10s  %10s  %9s  %-6s %-6s %9s\n", label.c_str(), "ms/eval",
-              qs, "numpy+scipy", ps, "-", ratio, "<=1x",
-              peer_ms > 0 ? (best / peer_ms <= 1.0 ? "ok" : "MISS") : "", "-");
+  PrintPeerRow(label, "numpy+scipy", best, peer_ms, 1);
   std::printf(
       "%d: resamprevs(t, y, rpm, \"revolutions\") of a 60 s run-up 600 to 6000 rpm at 51.2 kHz\n"
       "   (3,072,001 samples; %d angle samples, 512 a revolution), result allocated; peer the\n"

@@ -9,6 +9,7 @@
 #include <memory>
 #include <string>
 
+#include "peer_row.h"
 #include "quorvix/math_parser.h"
 #include "resampling_rows.h"
 #include "workloads.h"
@@ -61,16 +62,8 @@ bool ShortTimeRows(int number, const std::string& python, const std::string& scr
       agree = false;
     }
   }
-  char qs[32], ps[32] = "-", ratio[32] = "-";
-  std::snprintf(qs, sizeof qs, "%.3f", best);
-  if (peer_ms > 0) {
-    std::snprintf(ps, sizeof ps, "%.3f", peer_ms);
-    std::snprintf(ratio, sizeof ratio, "%.2fx", best / peer_ms);
-  }
   const std::string label = std::to_string(number) + " stft 60 s, 51.2 kHz";
-  std::printf("%-28s %-8s %10s  %-11s %10s  %10s  %9s  %-6s %-6s %9s\n", label.c_str(), "ms/eval",
-              qs, "scipy", ps, "-", ratio, "<=1x",
-              peer_ms > 0 ? (best / peer_ms <= 1.0 ? "ok" : "MISS") : "", "-");
+  PrintPeerRow(label, "scipy", best, peer_ms, 1);
   std::printf(
       "%d: stft(t, y, rpm, 4096, \"hanning\", \"peak\", \"slices\") of the run-up of %d (%d x %d\n"
       "   map, hop 2048), result allocated; peer scipy.signal.stft %s with the same periodic\n"
