@@ -19,7 +19,8 @@ inline void PrintPeerRow(const std::string& label, const char* peer_name, double
     std::snprintf(ratio, sizeof ratio, "%.2fx", ours_ms / peer_ms);
   }
   if (target > 0) std::snprintf(goal, sizeof goal, "<=%gx", target);
-  const char* verdict = peer_ms > 0 && target > 0 ? (ours_ms / peer_ms <= target ? "ok" : "MISS") : "";
+  const char* verdict =
+      peer_ms > 0 && target > 0 ? (ours_ms / peer_ms <= target ? "ok" : "MISS") : "";
   std::printf("%-28s %-8s %10s  %-11s %10s  %10s  %9s  %-6s %-6s %9s\n", label.c_str(), "ms/eval",
               qs, peer_name, ps, "-", ratio, goal, verdict, "-");
 }
