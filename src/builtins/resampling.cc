@@ -67,19 +67,19 @@ double MeanStep(std::span<const double> t) {
   return (t.back() - t.front()) / static_cast<double>(t.size() - 1);
 }
 
-// The step spec {step [, start [, end]]}: its count must be 1 to 3.
-struct StepSpec {
+// The step argument {step [, start [, end]]}: its count must be 1 to 3.
+struct StepRange {
   double step;
   bool has_start, has_end;
   double start, end;
 };
-bool ReadSpec(const symtab& v, StepSpec* spec) {
+bool ReadStepRange(const symtab& v, StepRange* range) {
   std::span<const double> s = NumericElements(v);
   if (s.empty() || s.size() > 3) {
     Report(kValueOutOfRange);
     return false;
   }
-  *spec = {s[0], s.size() > 1, s.size() > 2, s.size() > 1 ? s[1] : 0.0, s.size() > 2 ? s[2] : 0.0};
+  *range = {s[0], s.size() > 1, s.size() > 2, s.size() > 1 ? s[1] : 0.0, s.size() > 2 ? s[2] : 0.0};
   return true;
 }
 
@@ -101,27 +101,27 @@ symtab* ResampTime(sym_list* list) {
   if (!CheckArguments(args, 3, "time") || !SameCounts(args, 2)) return nullptr;
   std::span<const double> t = NumericElements(*args.Peek(0));
   std::span<const double> y = NumericElements(*args.Peek(1));
-  StepSpec spec;
-  if (!ReadSpec(*args.Peek(2), &spec)) return nullptr;
+  StepRange range;
+  if (!ReadStepRange(*args.Peek(2), &range)) return nullptr;
   const double dti = MeanStep(t);
-  if (dti == 0.0 || spec.step == 0.0) return args.Fail(kSamplingIntervalZero);
+  if (dti == 0.0 || range.step == 0.0) return args.Fail(kSamplingIntervalZero);
   const std::size_t n = t.size();
-  const double t0 = spec.has_start ? spec.start : t.front();
-  const double t1 = spec.has_end ? spec.end : t.back();
+  const double t0 = range.has_start ? range.start : t.front();
+  const double t1 = range.has_end ? range.end : t.back();
   // Negated tests so that NaN fails too.
-  if (!numerics::StrictlyRising(t.data(), n) || !(spec.step > 0.0) || !(t0 >= t.front()) ||
-      !(t1 <= t.back()) || !(t1 >= t0) || !std::isfinite(spec.step))
+  if (!numerics::StrictlyRising(t.data(), n) || !(range.step > 0.0) || !(t0 >= t.front()) ||
+      !(t1 <= t.back()) || !(t1 >= t0) || !std::isfinite(range.step))
     return args.Fail(kValueOutOfRange);
-  const double r = spec.step / dti;
+  const double r = range.step / dti;
   const bool down = r > 1.0 + 1e-7;
   // The taps are held in memory: as many as an array may hold.
   if (down && 2.0 * numerics::AntiAliasHalfLength(r) + 1.0 > static_cast<double>(ElementLimit()))
     return args.Fail(ArrayTooLargeMessage().c_str());
-  OwnedRecord result(NewResult(std::floor((t1 - t0) / spec.step * (1.0 + kSlack)) + 1.0));
+  OwnedRecord result(NewResult(std::floor((t1 - t0) / range.step * (1.0 + kSlack)) + 1.0));
   if (result == nullptr) return nullptr;
   const std::size_t m = static_cast<std::size_t>(result->cols);
   double* times = result->data;
-  for (std::size_t k = 0; k < m; ++k) times[k] = t0 + static_cast<double>(k) * spec.step;
+  for (std::size_t k = 0; k < m; ++k) times[k] = t0 + static_cast<double>(k) * range.step;
   times[m - 1] = std::min(times[m - 1], t.back());
   std::copy(times, times + m, times + m);
 
@@ -170,9 +170,9 @@ symtab* ResampResp(sym_list* list) {
   std::span<const double> t = NumericElements(*args.Peek(0));
   std::span<const double> y = NumericElements(*args.Peek(1));
   std::span<const double> r = NumericElements(*args.Peek(2));
-  StepSpec spec;
-  if (!ReadSpec(*args.Peek(3), &spec)) return nullptr;
-  const double dr = spec.step;
+  StepRange range;
+  if (!ReadStepRange(*args.Peek(3), &range)) return nullptr;
+  const double dr = range.step;
   if (dr == 0.0) return args.Fail(kSamplingIntervalZero);
   const std::size_t n = r.size();
   bool finite = n > 0 && std::isfinite(dr);
@@ -180,10 +180,10 @@ symtab* ResampResp(sym_list* list) {
   if (!finite) return args.Fail(kValueOutOfRange);
   const auto [lo, hi] = std::minmax_element(r.begin(), r.end());
   const double step = std::abs(dr);
-  const double r0 = spec.has_start ? spec.start
-                    : dr > 0.0     ? std::ceil(r[0] / step) * step
-                                   : std::floor(r[0] / step) * step;
-  const double r1 = spec.has_end ? spec.end : dr > 0.0 ? *hi : *lo;
+  const double r0 = range.has_start ? range.start
+                    : dr > 0.0      ? std::ceil(r[0] / step) * step
+                                    : std::floor(r[0] / step) * step;
+  const double r1 = range.has_end ? range.end : dr > 0.0 ? *hi : *lo;
   const double span = (r1 - r0) / dr;
   if (!(r0 >= *lo && r0 <= *hi && r1 >= *lo && r1 <= *hi && span >= 0.0))
     return args.Fail(kValueOutOfRange);
