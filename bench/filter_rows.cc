@@ -1,7 +1,5 @@
 #include "filter_rows.h"
 
-#include <unistd.h>
-
 #include <algorithm>
 #include <chrono>
 #include <cmath>
@@ -13,7 +11,7 @@
 #include <string>
 #include <vector>
 
-#include "peer_row.h"
+#include "peer.h"
 #include "quorvix/math_parser.h"
 #include "workloads.h"
 
@@ -31,42 +29,6 @@ const std::vector<double> kFilterB = {0.004824343357716231, 0.019297373430864923
                                       0.004824343357716231};
 const std::vector<double> kFilterA = {1.0, -2.3695130071820376, 2.31398841441588,
                                       -1.0546654058785676, 0.18737949236818488};
-
-// Writes the files the peer reads into a fresh directory, runs it and
-// returns its key=value lines; empty on any failure.
-std::map<std::string, std::string> RunFilterPeer(const std::string& python,
-                                                 const std::string& script,
-                                                 const std::vector<double>& x, int runs) {
-  std::map<std::string, std::string> out;
-  const char* tmp = std::getenv("TMPDIR");
-  std::string pattern = std::string(tmp && *tmp ? tmp : "/tmp") + "/quorvix-filter-XXXXXX";
-  if (mkdtemp(pattern.data()) == nullptr) return out;
-  const std::string d = pattern;
-  const std::pair<const char*, const std::vector<double>*> files[] = {
-      {"b", &kFilterB}, {"a", &kFilterA}, {"x", &x}};
-  bool written = true;
-  for (const auto& [name, v] : files) {
-    std::FILE* f = std::fopen((d + "/" + name).c_str(), "wb");
-    written = written && f != nullptr && std::fwrite(v->data(), 8, v->size(), f) == v->size();
-    if (f != nullptr) written = std::fclose(f) == 0 && written;
-  }
-  if (written) {
-    std::string cmd = "'" + python + "' '" + script + "' '" + d + "' " + std::to_string(runs);
-    if (std::FILE* p = popen(cmd.c_str(), "r")) {
-      char buf[4096];
-      while (std::fgets(buf, sizeof buf, p) != nullptr) {
-        std::string line(buf);
-        while (!line.empty() && (line.back() == '\n' || line.back() == '\r')) line.pop_back();
-        auto eq = line.find('=');
-        if (eq != std::string::npos) out[line.substr(0, eq)] = line.substr(eq + 1);
-      }
-      if (pclose(p) != 0) out.clear();
-    }
-  }
-  for (const auto& [name, v] : files) std::remove((d + "/" + name).c_str());
-  rmdir(d.c_str());
-  return out;
-}
 
 }  // namespace
 
@@ -98,7 +60,8 @@ bool FilterRows(int number, const std::string& python, const std::string& script
   }
 
   std::map<std::string, std::string> peer;
-  if (!python.empty()) peer = RunFilterPeer(python, script, x, runs);
+  if (!python.empty())
+    peer = RunPeerScript(python, script, {{"b", &kFilterB}, {"a", &kFilterA}, {"x", &x}}, runs);
   const double peer_ms =
       peer.count("lfilter_best_ms") ? std::strtod(peer["lfilter_best_ms"].c_str(), nullptr) : 0.0;
   bool agree = true;

@@ -1,7 +1,5 @@
 #include "fitting_rows.h"
 
-#include <unistd.h>
-
 #include <algorithm>
 #include <chrono>
 #include <cmath>
@@ -13,7 +11,7 @@
 #include <string>
 #include <vector>
 
-#include "peer_row.h"
+#include "peer.h"
 #include "quorvix/math_parser.h"
 #include "workloads.h"
 
@@ -51,46 +49,6 @@ Inputs MakeInputs() {
     in.py.push_back(1 - 2 * t + 0.5 * t * t * t - 0.3 * t * t * t * t * t + 0.01 * u(rng));
   }
   return in;
-}
-
-bool Write(const std::string& path, const std::vector<double>& v) {
-  std::FILE* f = std::fopen(path.c_str(), "wb");
-  if (f == nullptr) return false;
-  bool ok = std::fwrite(v.data(), sizeof(double), v.size(), f) == v.size();
-  return std::fclose(f) == 0 && ok;
-}
-
-// Runs the peer script; its key=value lines, empty on failure.
-std::map<std::string, std::string> RunPeer(const std::string& python, const std::string& script,
-                                           const Inputs& in, int runs) {
-  std::map<std::string, std::string> out;
-  const char* tmp = std::getenv("TMPDIR");
-  std::string pattern = std::string(tmp && *tmp ? tmp : "/tmp") + "/quorvix-fit-XXXXXX";
-  std::vector<char> dir(pattern.begin(), pattern.end());
-  dir.push_back('\0');
-  if (mkdtemp(dir.data()) == nullptr) return out;
-  const std::string d = dir.data();
-  const std::pair<const char*, const std::vector<double>*> files[] = {
-      {"tx", &in.tx}, {"ty", &in.ty}, {"qs", &in.qs},
-      {"qr", &in.qr}, {"px", &in.px}, {"py", &in.py}};
-  bool written = true;
-  for (const auto& [name, v] : files) written = written && Write(d + "/" + name, *v);
-  if (written) {
-    std::string cmd = "'" + python + "' '" + script + "' '" + d + "' " + std::to_string(runs);
-    if (std::FILE* p = popen(cmd.c_str(), "r")) {
-      char buf[4096];
-      while (std::fgets(buf, sizeof buf, p) != nullptr) {
-        std::string line(buf);
-        while (!line.empty() && (line.back() == '\n' || line.back() == '\r')) line.pop_back();
-        auto eq = line.find('=');
-        if (eq != std::string::npos) out[line.substr(0, eq)] = line.substr(eq + 1);
-      }
-      if (pclose(p) != 0) out.clear();
-    }
-  }
-  for (const auto& [name, v] : files) std::remove((d + "/" + name).c_str());
-  rmdir(d.c_str());
-  return out;
 }
 
 // Best milliseconds of `runs` evaluations of the expression; `keep` gets the
@@ -135,7 +93,15 @@ bool FittingRows(int number, const std::string& python, const std::string& scrip
   const double q_fit = TimeExpression(p, "polyfit(px, py, 5, 1)", runs, coef);
 
   std::map<std::string, std::string> peer;
-  if (!python.empty()) peer = RunPeer(python, script, in, runs);
+  if (!python.empty())
+    peer = RunPeerScript(python, script,
+                         {{"tx", &in.tx},
+                          {"ty", &in.ty},
+                          {"qs", &in.qs},
+                          {"qr", &in.qr},
+                          {"px", &in.px},
+                          {"py", &in.py}},
+                         runs);
   auto ms = [&](const char* key) {
     auto it = peer.find(key);
     return it == peer.end() ? 0.0 : std::strtod(it->second.c_str(), nullptr);

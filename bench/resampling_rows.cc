@@ -1,7 +1,5 @@
 #include "resampling_rows.h"
 
-#include <unistd.h>
-
 #include <algorithm>
 #include <chrono>
 #include <cmath>
@@ -13,7 +11,7 @@
 #include <string>
 #include <vector>
 
-#include "peer_row.h"
+#include "peer.h"
 #include "quorvix/math_parser.h"
 #include "workloads.h"
 
@@ -45,47 +43,10 @@ RunUpRecord MakeRunUpRecord() {
   return r;
 }
 
-namespace {
-
-bool WriteFile(const std::string& path, const std::vector<double>& v) {
-  std::FILE* f = std::fopen(path.c_str(), "wb");
-  if (f == nullptr) return false;
-  const bool ok = std::fwrite(v.data(), sizeof(double), v.size(), f) == v.size();
-  return std::fclose(f) == 0 && ok;
-}
-
-}  // namespace
-
 std::map<std::string, std::string> RunRecordPeer(const std::string& python,
                                                  const std::string& script, const RunUpRecord& r,
                                                  int runs) {
-  std::map<std::string, std::string> out;
-  const char* tmp = std::getenv("TMPDIR");
-  std::string pattern = std::string(tmp && *tmp ? tmp : "/tmp") + "/quorvix-resamp-XXXXXX";
-  std::vector<char> dir(pattern.begin(), pattern.end());
-  dir.push_back('\0');
-  if (mkdtemp(dir.data()) == nullptr) return out;
-  const std::string d = dir.data();
-  const std::pair<const char*, const std::vector<double>*> files[] = {
-      {"t", &r.t}, {"y", &r.y}, {"rpm", &r.rpm}};
-  bool written = true;
-  for (const auto& [name, v] : files) written = written && WriteFile(d + "/" + name, *v);
-  if (written) {
-    const std::string cmd = "'" + python + "' '" + script + "' '" + d + "' " + std::to_string(runs);
-    if (std::FILE* p = popen(cmd.c_str(), "r")) {
-      char buf[4096];
-      while (std::fgets(buf, sizeof buf, p) != nullptr) {
-        std::string line(buf);
-        while (!line.empty() && (line.back() == '\n' || line.back() == '\r')) line.pop_back();
-        const auto eq = line.find('=');
-        if (eq != std::string::npos) out[line.substr(0, eq)] = line.substr(eq + 1);
-      }
-      if (pclose(p) != 0) out.clear();
-    }
-  }
-  for (const auto& [name, v] : files) std::remove((d + "/" + name).c_str());
-  rmdir(d.c_str());
-  return out;
+  return RunPeerScript(python, script, {{"t", &r.t}, {"y", &r.y}, {"rpm", &r.rpm}}, runs);
 }
 
 bool ResamplingRows(int number, const std::string& python, const std::string& script, int runs) {

@@ -9,7 +9,7 @@
 #include <memory>
 #include <string>
 
-#include "peer_row.h"
+#include "peer.h"
 #include "quorvix/math_parser.h"
 #include "resampling_rows.h"
 #include "workloads.h"
