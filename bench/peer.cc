@@ -18,8 +18,8 @@ bool WriteDoubles(const std::string& path, const std::vector<double>& v) {
 }  // namespace
 
 std::map<std::string, std::string> RunPeerScript(const std::string& python,
-                                                 const std::string& script,
-                                                 const PeerFiles& files, int runs) {
+                                                 const std::string& script, const PeerFiles& files,
+                                                 int runs) {
   std::map<std::string, std::string> out;
   const char* tmp = std::getenv("TMPDIR");
   std::string dir = std::string(tmp && *tmp ? tmp : "/tmp") + "/quorvix-peer-XXXXXX";
@@ -45,8 +45,8 @@ std::map<std::string, std::string> RunPeerScript(const std::string& python,
   return out;
 }
 
-void PrintPeerRow(const std::string& label, const char* peer_name, double ours_ms,
-                  double peer_ms, double target) {
+void PrintPeerRow(const std::string& label, const char* peer_name, double ours_ms, double peer_ms,
+                  double target) {
   char qs[32], ps[32] = "-", ratio[32] = "-", goal[32] = "";
   std::snprintf(qs, sizeof qs, "%.3f", ours_ms);
   if (peer_ms > 0) {
