@@ -114,8 +114,7 @@ char* Engine::p_Fill(char** errors) {
   }
   delete[] error_text;
 
-  output_stack_.clear();
-  current_output_ = base_output_;
+  CloseOutputs();
   DeleteSources();
   if (published) fill_stream = nullptr;
   return errors != nullptr ? *errors : nullptr;
