@@ -166,8 +166,8 @@ int Engine::st_table() {
   WriteDeferredSpaces();
   line_has_output_ = 1;
   for (long long row = first; row <= last; ++row) {
-    // Every row is work: a huge range must meet the fill's budget.
-    if (!SpendWork()) return 1;
+    // Every row is work: a huge range must meet the fill's budgets.
+    if (!SpendWork() || !WithinOutputLimit()) return 1;
     if (!WriteTableRow(format, values.items, row)) return 1;
   }
   if (!Expect(')')) return SyntaxError(kCommaExpected);
