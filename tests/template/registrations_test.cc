@@ -150,27 +150,20 @@ TEST_F(RegistrationTest, PreferenceFileRegistersItsGoodLinesAndSkipsTheRest) {
   Write("f.py", "");
   MathParser parser;
   parser.policy().messages = &messages_;
-  const std::string text = "{dir = \"" + dir_.string() +
-                           "\"}no star here registerexternalreader(\"" + r +
-                           "\")\n"
-                           "# * registerexternalreader(dir + \"/r.sh\", \"CSV\", \"*.csv\")\n"
-                           "*RegisterImportTemplate (\"" +
-                           t +
-                           "\")\n"
-                           "* registerimporttemplate \"" +
-                           t +
-                           "\"\n"
-                           "* registerexternalreader(42)\n"
-                           "* registerotherthing(\"" +
-                           r +
-                           "\")\n"
-                           "*\n"
-                           "* registersharedreader(\"" +
-                           so +
-                           "\")\n"
-                           "* registersharedreader(\"csvplug\")\n"
-                           "* registerexternalfunction(\"regq_pref_f\", dir + \"/f.py\")\n"
-                           "* registerexternalfunction(\"regq_pref_g\", \"./missing.py\")\n";
+  // The file is a template: its brace groups run before its lines are read.
+  const std::string text = "{dir = \"" + dir_.string() + "\"}" +
+                           R"(no star here registerexternalreader("{dir}/r.sh")
+# * registerexternalreader(dir + "/r.sh", "CSV", "*.csv")
+*RegisterImportTemplate ("{dir}/t.tpl")
+* registerimporttemplate "{dir}/t.tpl"
+* registerexternalreader(42)
+* registerotherthing("{dir}/r.sh")
+*
+* registersharedreader("{dir}/m.so")
+* registersharedreader("csvplug")
+* registerexternalfunction("regq_pref_f", dir + "/f.py")
+* registerexternalfunction("regq_pref_g", "./missing.py")
+)";
   ReadersApp app;
   VQApplicationInfo* saved = MathParser::GetAppInfo();
   MathParser::SetAppInfo(&app);
