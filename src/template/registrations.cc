@@ -72,8 +72,15 @@ int Engine::st_registerexternalfunction() {
     return SyntaxError("path name expected in registerexternalfunction statement");
   }
   if (!Expect(')')) return SyntaxError("')' expected in registerexternalfunction statement");
+  if (!on) return 0;
+  // The same registration again (a loop) keeps the entry, and with it every
+  // parse that the registry's generation guards.
+  const funtab* known = MathParser::FunLook(name.c_str());
+  if (known != nullptr && known->is_external && known->nargs == 1 && known->program != nullptr &&
+      path == known->program)
+    return 0;
   // The program need not exist yet: a call reports it when it is missing.
-  if (on) MathParser::AddExternalFunc(name.c_str(), path.c_str(), 1);
+  MathParser::AddExternalFunc(name.c_str(), path.c_str(), 1);
   return 0;
 }
 

@@ -86,6 +86,10 @@ TEST_F(RegistrationTest, StatementsRegisterExistingFilesAndIgnoreMissingOnes) {
   EXPECT_STREQ(MathParser::FunLook("regq_f1")->program, "./no/such/prog");
   EXPECT_EQ(MathParser::FunLook("regq_f1")->is_external, 1);
   EXPECT_STREQ(MathParser::FunLook("regq_f2")->program, "/p/q");
+  // Registering the same again leaves the registry (and the parses it guards) alone.
+  const auto generation = MathParser::RegistryGeneration();
+  EXPECT_EQ(qt::Fill(filler, "{registerexternalfunction(\"REGQ_F2\", \"/p/q\")}.").output, ".");
+  EXPECT_EQ(MathParser::RegistryGeneration(), generation);
   EXPECT_EQ(messages_.Text(), "");
 }
 
