@@ -13,7 +13,7 @@ import re
 import sys
 
 # Lowest first. A layer may include itself and everything before it.
-LAYERS = ["util", "numerics", "values", "parser", "expression", "builtins", "template", "tcl"]
+LAYERS = ["util", "numerics", "values", "parser", "expression", "results", "builtins", "template", "tcl"]
 
 # The layer each public header belongs to.
 PUBLIC = {
@@ -26,6 +26,7 @@ PUBLIC = {
     "stat_functions.h": "numerics",
     "symtab.h": "values",
     "math_parser.h": "expression",
+    "reader_lists.h": "results",
     "user_function.h": "template",
     "filler.h": "template",
     "value_format.h": "template",

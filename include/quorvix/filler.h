@@ -82,6 +82,32 @@ class Filler : public FillerBase {
   // cannot be read.
   int FillTo(const char* text, quorvix::OutputSink& sink, char** errors);
   int FillFileTo(const char* path, quorvix::OutputSink& sink, char** errors);
+
+  // Registrations, process-wide (the lists: quorvix/reader_lists.h). A
+  // missing file gives one warning line (the parser's message service, else
+  // the active one, else standard error) and changes nothing.
+  // Registers the program `path` as the external function `name`.
+  static void ReadExternalFunction(const char* name, MathParser* parser, const char* path);
+  // Adds an external reader program unless its path is listed already;
+  // `check` has no effect.
+  static void ReadExternalReader(const char* path, const char* type, const char* ext, bool check);
+  static void ReadExternalReader(const char* path);
+  // Adds a reader on the import template `path`; a null type or extension
+  // is left out of its list.
+  static void ReadImportTemplate(const char* path, const char* type, const char* ext);
+  // Adds the shared reader module `name` when it ends in ".so" and exists,
+  // else the first existing DIR/name.so of `directories`; nothing when none
+  // exists.
+  static void ReadSharedReader(const char* name, const std::vector<std::string>& directories);
+  static void ClearExternalReaders();
+  static void ClearImportTemplates();
+  static void ClearSharedReaders();
+  // Fills the preference file `file` as a template (on `parser` when given,
+  // else on a parser of its own) and registers what its directive lines
+  // ("*registerexternalreader(...)" and the like) name. 0 on success; 1 when
+  // the file cannot be read, its fill fails (the error text goes out as a
+  // warning) or the parser is restricted.
+  static int GetTemplatesViaPreferenceFile(const char* file, MathParser* parser);
 };
 
 class DOEFiller : public FillerBase {

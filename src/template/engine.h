@@ -101,6 +101,10 @@ class Engine {
   int st_max_compatibility_off();
   int st_escape_characters_on();
   int st_escape_characters_off();
+  int st_registerexternalfunction();
+  int st_registerexternalreader();
+  int st_registerimporttemplate();
+  int st_registersharedreader();
   // Output and page statements (output_statements.cc, table_statement.cc,
   // verbatim_block.cc).
   int st_open();
@@ -202,6 +206,10 @@ class Engine {
   bool ReadCondition(symtab*& value);
   bool OpenConditionLevel();
   bool OpenLoop(int false_increment);
+  // The registration statements that take one path: reads it and, when the
+  // file opens, hands it to `add`. Missing files are ignored.
+  int RegisterFile(const char* keyword, const char* kind_message,
+                   void (*add)(const std::string& path));
 
   // False (reported) when one more source would pass the limit.
   bool HasRoomForSource();

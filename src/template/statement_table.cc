@@ -13,6 +13,7 @@ namespace quorvix {
 std::span<const StatementRow> ControlFlowStatements();      // control_flow.cc
 std::span<const StatementRow> MacroAndIncludeStatements();  // macros.cc
 std::span<const StatementRow> FormatAndSwitchStatements();  // formats_switches.cc
+std::span<const StatementRow> RegistrationStatements();     // registrations.cc
 std::span<const StatementRow> OutputStatements();           // output_statements.cc
 
 namespace {
@@ -20,10 +21,8 @@ namespace {
 // A keyword matches only before a non-word character, so the order of the
 // families and of their rows does not matter.
 constexpr StatementFamily kFamilies[] = {
-    &ControlFlowStatements,
-    &MacroAndIncludeStatements,
-    &FormatAndSwitchStatements,
-    &OutputStatements,
+    &ControlFlowStatements,  &MacroAndIncludeStatements, &FormatAndSwitchStatements,
+    &RegistrationStatements, &OutputStatements,
 };
 
 struct ByLetter {

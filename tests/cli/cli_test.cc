@@ -123,7 +123,9 @@ TEST(CliTest, FunctionsListsSortedNamesWithTheirArgumentWords) {
 constexpr const char* kUsage =
     "usage: quorvix fill [-o FILE] [-I DIR]... [-D NAME=EXPR]... [--lf] [--safe-quotes]\n"
     "                    [--time-limit SECONDS] [--restricted] [--allow-env NAME]...\n"
-    "                    [--max-elements N] [--max-output BYTES] [FILE...]\n";
+    "                    [--max-elements N] [--max-output BYTES] [--pref FILE] [FILE...]\n"
+    "  --pref FILE  read a preference file (registrations) with the fill's parser first;\n"
+    "               exit 2 when it cannot be read, 1 when its fill fails or it is refused\n";
 
 class FillCliTest : public TempDirTest {
  protected:

@@ -21,6 +21,7 @@ struct FillOptions {
   std::vector<std::pair<std::string, std::string>> defines;
   bool lf = false;
   bool safe_quotes = false;
+  std::string pref;
   double seconds = 0.0;
   TrustOptions trust;
   std::vector<std::string> files;
@@ -29,7 +30,9 @@ struct FillOptions {
 constexpr const char* kFillUsage =
     "usage: quorvix fill [-o FILE] [-I DIR]... [-D NAME=EXPR]... [--lf] [--safe-quotes]\n"
     "                    [--time-limit SECONDS] [--restricted] [--allow-env NAME]...\n"
-    "                    [--max-elements N] [--max-output BYTES] [FILE...]\n";
+    "                    [--max-elements N] [--max-output BYTES] [--pref FILE] [FILE...]\n"
+    "  --pref FILE  read a preference file (registrations) with the fill's parser first;\n"
+    "               exit 2 when it cannot be read, 1 when its fill fails or it is refused\n";
 
 // Returns false after printing a usage error.
 bool ParseOptions(const Args& args, FillOptions& o) {
@@ -67,6 +70,8 @@ bool ParseOptions(const Args& args, FillOptions& o) {
       o.defines.emplace_back(v.substr(0, eq), v.substr(eq + 1));
     } else if (a == "--lf") {
       o.lf = true;
+    } else if (a == "--pref") {
+      if (!value(o.pref)) return false;
     } else if (a == "--safe-quotes") {
       o.safe_quotes = true;
     } else if (a == "--time-limit") {
@@ -126,6 +131,20 @@ int RunFill(const Args& args) {
     }
     if (f != nullptr) std::fclose(f);
   }
+  parser.policy().limits.seconds = o.seconds;
+  // Registrations come first, so that nothing is written when they fail.
+  if (!o.pref.empty()) {
+    if (std::FILE* f = std::fopen(o.pref.c_str(), "rb"); f != nullptr) {
+      std::fclose(f);
+    } else {
+      std::fprintf(stderr, "quorvix fill: cannot read preference file '%s'\n", o.pref.c_str());
+      return kExitUsage;
+    }
+    if (Filler::GetTemplatesViaPreferenceFile(o.pref.c_str(), &parser) != 0) {
+      std::fprintf(stderr, "quorvix fill: preference file '%s' failed\n", o.pref.c_str());
+      return kExitFailed;
+    }
+  }
   std::unique_ptr<std::FILE, int (*)(std::FILE*)> destination(nullptr, &std::fclose);
   if (!o.output.empty()) {
     destination.reset(std::fopen(o.output.c_str(), "wb"));
@@ -138,7 +157,6 @@ int RunFill(const Args& args) {
   // much a template writes.
   FileSink sink(destination != nullptr ? destination.get() : stdout, o.lf);
 
-  parser.policy().limits.seconds = o.seconds;
   // Templates may write to the "TCL" stream and call the Tcl functions.
   if (!o.trust.restricted) CreateTclInterpreter();
   Filler filler(&parser);
