@@ -13,7 +13,7 @@ import re
 import sys
 
 # Lowest first. A layer may include itself and everything before it.
-LAYERS = ["util", "numerics", "values", "parser", "expression", "results", "builtins", "template"]
+LAYERS = ["util", "numerics", "values", "parser", "expression", "results", "builtins", "template", "tcl"]
 
 # The layer each public header belongs to.
 PUBLIC = {
@@ -30,6 +30,7 @@ PUBLIC = {
     "user_function.h": "template",
     "filler.h": "template",
     "value_format.h": "template",
+    "tcl_setup.h": "template",
 }
 
 INCLUDE = re.compile(r'^\s*#\s*include\s+"([^"]+)"', re.M)

@@ -46,6 +46,8 @@ class FillerBase {
   double DefaultIncr() const;
   bool GetAnimationEnabled() const;
   void SetAnimationEnabled(bool on);
+  // Files written by "open" and "append" get LF line ends instead of CR LF.
+  void SetLfInFiles(bool on);
 
   // Host macros: "name,params)body"; stored under the bare name.
   int DefineMacro(char* definition);

@@ -16,6 +16,11 @@ struct ValueFormat {
   std::string string_format = "%s";
   char letter = 'g';  // of the number format
   FormatStyle style = FormatStyle::kList;
+  // When positive, list and array layouts start a new line after a
+  // separator once the output line is longer than this; `column` is the
+  // length of the line before the value.
+  int margin = -1;
+  std::size_t column = 0;
 };
 
 // Formats one number with a printf format whose conversion letter is

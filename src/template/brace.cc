@@ -180,6 +180,8 @@ bool Engine::expr_to_string(std::string& text) {
   ValueFormat vf;
   vf.letter = letter;
   vf.style = static_cast<FormatStyle>(style);
+  vf.margin = margins_[1];
+  if (vf.margin > 0) vf.column = current_output_->line_length() + deferred_spaces_;
   if (is_string)
     vf.string_format = format;
   else

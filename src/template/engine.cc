@@ -39,7 +39,8 @@ Engine::Engine(const Engine& other)
       attach_note_idx_(other.attach_note_idx_),
       attach_note_on_(other.attach_note_on_),
       auto_fill_report_(other.auto_fill_report_),
-      animation_enabled_(other.animation_enabled_) {
+      animation_enabled_(other.animation_enabled_),
+      lf_in_files_(other.lf_in_files_) {
   for (int i = 0; i < 3; ++i) page_state_[i] = other.page_state_[i];
   for (int i = 0; i < 4; ++i) margins_[i] = other.margins_[i];
   for (const auto& [key, macro] : other.macros_)
@@ -114,8 +115,7 @@ char* Engine::p_Fill(char** errors) {
   }
   delete[] error_text;
 
-  output_stack_.clear();
-  current_output_ = base_output_;
+  CloseOutputs();
   DeleteSources();
   if (published) fill_stream = nullptr;
   return errors != nullptr ? *errors : nullptr;

@@ -105,6 +105,29 @@ class Engine {
   int st_registerexternalreader();
   int st_registerimporttemplate();
   int st_registersharedreader();
+  // Output and page statements (output_statements.cc, table_statement.cc,
+  // verbatim_block.cc).
+  int st_open();
+  int st_append();
+  int st_close();
+  int st_echo();
+  int st_margins();
+  int st_page();
+  int st_tab();
+  int st_table();
+  int st_display_as_output();
+  int st_attach_note_at();
+  int st_attach_note_to();
+  int st_timeout();
+  int st_report_start_time();
+  int st_report_end_time();
+  int st_report_default_incr();
+  int st_report_animate();
+  int st_report_static();
+  int st_quorvix_off();
+  int st_quorvix_on();
+  // Files opened by "open" and "append" get LF line ends instead of CR LF.
+  void SetLfInFiles(bool on) { lf_in_files_ = on; }
 
  private:
   // Fills the text in `buffer` (owned by the fill) from `start`; `name` is
@@ -209,6 +232,17 @@ class Engine {
   // policy's output limit.
   bool WithinOutputLimit();
   void DeleteSources();
+  // Output statements: the value of a one-expression statement (null while
+  // execution is off); false when the fill must stop (reported).
+  bool StatementValue(symtab*& value);
+  // A statement taking one scalar: its value truncated or as it stands in
+  // `out` when execution is on.
+  int ScalarStatement(const char* message, double& out);
+  int OpenOutput(bool append);
+  // Writes one row of a "table" format; false after a reported error.
+  bool WriteTableRow(const std::string& format, const std::vector<symtab*>& columns, long long row);
+  // Closes the streams opened by statements, innermost first.
+  void CloseOutputs();
 
   // State ------------------------------------------------------------------------
   symtab* return_code_ = nullptr;
@@ -263,6 +297,7 @@ class Engine {
   // text: the brace group being read is over.
   bool leave_group_ = false;
   bool in_format_statement_ = false;
+  bool lf_in_files_ = false;
   // Set when the file to fill holds a NUL byte there: reported instead.
   char* nul_at_ = nullptr;
   std::unique_ptr<ExpressionCache> expression_cache_;

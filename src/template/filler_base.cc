@@ -47,6 +47,7 @@ double FillerBase::EndTime() const { return engine_->EndTime(); }
 double FillerBase::DefaultIncr() const { return engine_->DefaultIncr(); }
 bool FillerBase::GetAnimationEnabled() const { return engine_->AnimationEnabled(); }
 void FillerBase::SetAnimationEnabled(bool on) { engine_->SetAnimationEnabled(on); }
+void FillerBase::SetLfInFiles(bool on) { engine_->SetLfInFiles(on); }
 
 int FillerBase::DefineMacro(char* definition) { return engine_->DefineMacro(definition); }
 char* FillerBase::EvaluateMacro(char* call) { return engine_->EvaluateMacro(call); }

@@ -14,16 +14,15 @@ std::span<const StatementRow> ControlFlowStatements();      // control_flow.cc
 std::span<const StatementRow> MacroAndIncludeStatements();  // macros.cc
 std::span<const StatementRow> FormatAndSwitchStatements();  // formats_switches.cc
 std::span<const StatementRow> RegistrationStatements();     // registrations.cc
+std::span<const StatementRow> OutputStatements();           // output_statements.cc
 
 namespace {
 
 // A keyword matches only before a non-word character, so the order of the
 // families and of their rows does not matter.
 constexpr StatementFamily kFamilies[] = {
-    &ControlFlowStatements,
-    &MacroAndIncludeStatements,
-    &FormatAndSwitchStatements,
-    &RegistrationStatements,
+    &ControlFlowStatements,  &MacroAndIncludeStatements, &FormatAndSwitchStatements,
+    &RegistrationStatements, &OutputStatements,
 };
 
 struct ByLetter {

@@ -196,6 +196,20 @@ std::string SafeString(const char* text) {
 
 bool FormatValue(const symtab& value, const ValueFormat& f, std::string& out) {
   const char* nf = f.number_format.c_str();
+  // Writes a separator, and a line end after it when the line has grown
+  // past the margin. Numbers hold no line ends, so the line starts where
+  // the value does or at the last line end written here.
+  std::size_t line_start = out.size();
+  std::size_t line_before = f.column;
+  auto separate = [&](const char* separator) {
+    out += separator;
+    if (f.margin > 0 &&
+        line_before + out.size() - line_start > static_cast<std::size_t>(f.margin)) {
+      out += "\r\n";
+      line_start = out.size();
+      line_before = 0;
+    }
+  };
   switch (value.type) {
     case SYM_SCALAR:
       return FormatDouble(value.value, nf, f.letter, out);
@@ -218,7 +232,7 @@ bool FormatValue(const symtab& value, const ValueFormat& f, std::string& out) {
       if (vector) {
         if (array) out += "{ ";
         for (int i = 0; i < rows * cols; ++i) {
-          if (i) out += ", ";
+          if (i) separate(", ");
           if (!FormatDouble(value.data[i], nf, f.letter, out)) return false;
         }
         if (array) out += " }";
@@ -228,10 +242,13 @@ bool FormatValue(const symtab& value, const ValueFormat& f, std::string& out) {
       for (int r = 0; r < rows; ++r) {
         out += "{ ";
         for (int c = 0; c < cols; ++c) {
-          if (c) out += ", ";
+          if (c) separate(", ");
           if (!FormatDouble(value.data[r * cols + c], nf, f.letter, out)) return false;
         }
-        out += r + 1 < rows ? " }, " : " }";
+        if (r + 1 < rows)
+          separate(" }, ");
+        else
+          out += " }";
       }
       if (array) out += " }";
       return true;

@@ -35,6 +35,11 @@ class ostream_fast {
   virtual void flush() {}
   // Characters written and not yet handed on.
   std::size_t pending() const { return buf_.size(); }
+  // The length of the last line among the characters not yet handed on.
+  std::size_t line_length() const {
+    const std::size_t nl = buf_.rfind('\n');
+    return nl == std::string::npos ? buf_.size() : buf_.size() - nl - 1;
+  }
   // Characters written since the stream was made.
   std::size_t written() const { return handed_on_ + buf_.size(); }
 

@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "quorvix/tcl_setup.h"
 #include "support/support.h"
 
 namespace {
@@ -244,6 +245,19 @@ TEST_F(FillCliTest, FilesAndDashAreFilledInOrderByOneEngine) {
   EXPECT_EQ(r.status, 1);
   EXPECT_EQ(r.out, "good");
   EXPECT_EQ(r.err, "Divide by zero in expression:\r\n1/0\r\n");
+}
+
+TEST_F(FillCliTest, TclStreamAndFilesOpenedByTheTemplate) {
+  // The TCL stream runs in the CLI's interpreter; --lf reaches opened files.
+  if (!quorvix::CreateTclInterpreter()) GTEST_SKIP() << "built without Tcl";
+  Outcome r = Fill({"--lf"},
+                   "{open \"TCL\"}set f [open tcl.txt w]; puts -nonewline $f \"from tcl\"; close $f"
+                   "{close}{open \"TCL\"}error boom{close}{open \"lf.txt\"}a\nb\n{close}done\n");
+  EXPECT_EQ(r.status, 0) << r.err;
+  EXPECT_EQ(r.out, "done\n");
+  EXPECT_EQ(r.err, "TCL stream: boom\n");
+  EXPECT_EQ(qt::ReadFile(Path("work/tcl.txt")), "from tcl");
+  EXPECT_EQ(qt::ReadFile(Path("work/lf.txt")), "a\nb\n");
 }
 
 }  // namespace

@@ -5,6 +5,7 @@
 
 #include "commands.h"
 #include "quorvix/math_parser.h"
+#include "quorvix/tcl_setup.h"
 #include "quorvix/value_format.h"
 
 namespace quorvix::cli {
@@ -89,6 +90,7 @@ int RunEval(const Args& args) {
   }
   ApplyTrust(trust, parser.policy());
   SendMessagesToStandardError(parser.policy());
+  if (!trust.restricted) CreateTclInterpreter();
 
   for (const auto& [name, expr] : defines) {
     symtab* value = EvaluateOrReport(parser, expr);

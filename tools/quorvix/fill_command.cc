@@ -9,6 +9,7 @@
 #include "commands.h"
 #include "quorvix/filler.h"
 #include "quorvix/math_parser.h"
+#include "quorvix/tcl_setup.h"
 
 namespace quorvix::cli {
 
@@ -156,8 +157,11 @@ int RunFill(const Args& args) {
   // much a template writes.
   FileSink sink(destination != nullptr ? destination.get() : stdout, o.lf);
 
+  // Templates may write to the "TCL" stream and call the Tcl functions.
+  if (!o.trust.restricted) CreateTclInterpreter();
   Filler filler(&parser);
   filler.SafeQuotes(o.safe_quotes ? 1 : 0);
+  filler.SetLfInFiles(o.lf);
   bool failed = false;
   for (const std::string& file : o.files) {
     char* errors = nullptr;
