@@ -26,6 +26,7 @@ PUBLIC = {
     "stat_functions.h": "numerics",
     "symtab.h": "values",
     "math_parser.h": "expression",
+    "extension.h": "expression",
     "user_function.h": "template",
     "filler.h": "template",
     "value_format.h": "template",
