@@ -12,6 +12,7 @@
 
 #include "quorvix/message_service.h"
 #include "util/child_process.h"
+#include "values/value_limits.h"
 
 namespace quorvix {
 
@@ -183,7 +184,8 @@ class ReplyReader {
     long long count = 0;
     if (!Integer(&count) || count < 0) return kTransportReadFailed;
     // Only what arrives is stored: an announced count allocates nothing.
-    if (count > limits_.elements) return kTransportAllocationFailed;
+    if (count > std::min<long long>(limits_.elements, ElementLimit()))
+      return kTransportAllocationFailed;
     numbers->reserve(static_cast<std::size_t>(std::min(count, 4096LL)));
     for (long long i = 0; i < count; ++i) {
       double x = 0;
