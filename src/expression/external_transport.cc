@@ -144,24 +144,27 @@ class ReplyReader {
     bool negative = false;
     if (in_.Peek() == '-' || in_.Peek() == '+') negative = in_.Get() == '-';
     if (!std::isdigit(in_.Peek())) return false;
+    constexpr long long kCap = 1LL << 60;
     long long v = 0;
-    while (in_.Peek() >= 0 && std::isdigit(in_.Peek()))
-      v = std::min(v * 10 + (in_.Get() - '0'), 1LL << 60);
+    while (in_.Peek() >= 0 && std::isdigit(in_.Peek())) {
+      const int digit = in_.Get() - '0';
+      v = v >= kCap / 10 ? kCap : v * 10 + digit;
+    }
     *value = negative ? -v : v;
     return true;
   }
 
-  // A number as the C library reads one, ending at white space.
+  // A number as the C library reads one, ending at white space; a token
+  // longer than any number's spelling fails.
   bool Number(double* value) {
     SkipSpace();
-    char token[64];
-    std::size_t n = 0;
-    while (n + 1 < sizeof token && in_.Peek() >= 0 && !IsSpace(in_.Peek()))
-      token[n++] = static_cast<char>(in_.Get());
-    token[n] = '\0';
+    token_.clear();
+    while (token_.size() < kNumberBytes && in_.Peek() >= 0 && !IsSpace(in_.Peek()))
+      token_.push_back(static_cast<char>(in_.Get()));
+    if (token_.empty() || (in_.Peek() >= 0 && !IsSpace(in_.Peek()))) return false;
     char* end = nullptr;
-    *value = std::strtod(token, &end);
-    return n > 0 && *end == '\0';
+    *value = std::strtod(token_.c_str(), &end);
+    return *end == '\0';
   }
 
   // A text of types 1 and 2: its length, one separator, that many bytes.
@@ -204,8 +207,10 @@ class ReplyReader {
   }
 
  private:
+  static constexpr std::size_t kNumberBytes = 1024;
   Channel& in_;
   const Limits& limits_;
+  std::string token_;
 };
 
 void WriteMessage(MessageServiceBase* messages, const std::string& text) {
