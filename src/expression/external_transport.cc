@@ -268,11 +268,14 @@ int RunExternalProgram(const ExternalRequest& request, ExternalReply& reply) {
         << TransportMessage(kTransportPipeFailed) << '\n';
     return kTransportPipeFailed;
   }
-  ProcessRequest process{
-      {request.program, std::to_string(to_child.read), std::to_string(from_child.write)},
-      -1,
-      -1,
-      {to_child.read, from_child.write}};
+  // The registered program is a path: a bare name of a file in the working
+  // directory means that file; any other bare name is looked up along PATH.
+  std::string path = request.program;
+  if (path.find('/') == std::string::npos && ::access(path.c_str(), F_OK) == 0) path = "./" + path;
+  ProcessRequest process{{path, std::to_string(to_child.read), std::to_string(from_child.write)},
+                         -1,
+                         -1,
+                         {to_child.read, from_child.write}};
   std::string why;
   const Deadline deadline = Deadline::FromProcessTimeout();
   const pid_t pid = policy.StartProcess(process, &why);
