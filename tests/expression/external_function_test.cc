@@ -71,6 +71,17 @@ TEST_F(ExternalTest, SendsTheRequestLinesAndReadsTheReplyKinds) {
   EXPECT_EQ(Eval("silent_string(1)"), "");
 }
 
+TEST_F(ExternalTest, AProgramMayTalkBeforeItReadsALargeRequest) {
+  // Both pipes fill up unless the request is sent while replies are read;
+  // the time-out turns a deadlock into a failure instead of a hang.
+  SetProcessTimeout(30);
+  Script("chatty",
+         "i=0; while [ $i -lt 8000 ]; do printf '1 8 message.' >&$2; i=$((i+1)); done; "
+         "cat <&$1 >/dev/null; printf '0 1 5' >&$2");
+  EXPECT_EQ(Numbers("chatty(1:100000:1)"), "1x1 5");
+  EXPECT_EQ(messages_.text.str(), qt::Repeat("message.\n", 8000));
+}
+
 TEST_F(ExternalTest, BrokenProgramsFailWithTheTransportText) {
   const std::vector<std::pair<std::string, std::string>> cases = {
       {"exit 3", "IPC read failed"},
