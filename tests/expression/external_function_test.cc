@@ -35,9 +35,10 @@ class ExternalTest : public qt::ParserTest {
     EXPECT_EQ(::waitpid(-1, nullptr, WNOHANG), -1);
     EXPECT_EQ(errno, ECHILD);
   }
-  // Registers a shell script as the external function `name`.
+  // Registers a shell script as the external function `name`. Bash, since
+  // the descriptors it is given may have two digits.
   void Script(const char* name, const std::string& body) {
-    const std::string path = dir_.Write(name, "#!/bin/sh\n" + body + "\n");
+    const std::string path = dir_.Write(name, "#!/bin/bash\n" + body + "\n");
     std::filesystem::permissions(path, std::filesystem::perms::owner_all);
     MathParser::AddExternalFunc(name, path.c_str(), 1);
   }
@@ -79,7 +80,7 @@ TEST_F(ExternalTest, AProgramMayTalkBeforeItReadsALargeRequest) {
          "i=0; while [ $i -lt 8000 ]; do printf '1 8 message.' >&$2; i=$((i+1)); done; "
          "cat <&$1 >/dev/null; printf '0 1 5' >&$2");
   EXPECT_EQ(Numbers("chatty(1:100000:1)"), "1x1 5");
-  EXPECT_EQ(messages_.text.str(), qt::Repeat("message.\n", 8000));
+  EXPECT_TRUE(messages_.text.str() == qt::Repeat("message.\n", 8000));
 }
 
 TEST_F(ExternalTest, BrokenProgramsFailWithTheTransportText) {
@@ -122,9 +123,9 @@ TEST_F(ExternalTest, TheTimeOutKillsTheProgramAndTheShellCommand) {
 
 TEST_F(ExternalTest, ArgumentsAreCheckedBeforeTheProgramStarts) {
   Script("never", "touch \"$0.ran\"");
-  symtab* m = qt::New(qt::Array(2, 2, {1, 2, 3, 4}));
-  m->SetName("m");
-  parser_.AddVariable(m);
+  symtab m = qt::Array(2, 2, {1, 2, 3, 4});
+  m.SetName("m");
+  parser_.AddVariable(&m);
   EXPECT_EQ(Eval("never()"), "error: Invalid number of arguments");
   EXPECT_EQ(Eval("never(1, m)"), "error: Argument 1 is an invalid type");
   EXPECT_EQ(Eval("never({\"a\", \"b\"})"), "error: Argument 0 is an invalid type");
