@@ -20,6 +20,7 @@
 #include <string>
 #include <vector>
 
+#include "extern_rows.h"
 #include "filter_rows.h"
 #include "fitting_rows.h"
 #include "resampling_rows.h"
@@ -765,6 +766,8 @@ int main(int argc, char** argv) {
   std::printf("\n");
   honest &= bench::FilterRows(11, o.numpy ? o.python : "", QUORVIX_BENCH_DIR "/filter_peer.py",
                               std::min(o.vector_reps, 10));
+  std::printf("\n");
+  honest &= bench::ExternRows(12, QUORVIX_EXTERN_RESPONDER, 100, o.runs);
   std::printf("results %s\n", peers ? (honest ? "agree across contenders (checksums, sampled "
                                                 "elements bit for bit)"
                                               : "DISAGREE (see above)")

@@ -13,6 +13,7 @@
 #include <memory>
 #include <set>
 #include <string>
+#include <vector>
 
 #include "quorvix/policy.h"
 #include "quorvix/symtab.h"
@@ -31,6 +32,12 @@ using GetFunc = symtab* (*)(char* name);
 using SetFunc = int (*)(char* name, symtab* value);
 using MdlFunc = MdlMemberFunctionInfo* (*)(char* name);
 using ErrorFunc = void (*)(const char* message);
+
+// A name that `extern` calls by and the program that serves it.
+struct ExternalAlias {
+  std::string name;
+  std::string program;
+};
 
 // A parsed expression, evaluated many times without parsing again.
 class MathParserExpression {
@@ -176,6 +183,8 @@ class MathParser {
   static std::map<void*, MessageServiceBase*> message_services;
   static int need_preprocess;
   static std::map<std::string, funtab*> func_list;
+  // Appended by pk_registerexternalfunction; lives until the process ends.
+  static std::vector<std::unique_ptr<ExternalAlias>> alias_list;
 
  private:
   symtab* EvaluateTree(const std::shared_ptr<quorvix::ParsedTree>& tree);
@@ -214,5 +223,10 @@ class MathParser {
   static std::string error_text_;
   static std::uint64_t registry_generation_;
 };
+
+// Registers `program` as the external function `name` (argument word 1)
+// and as an alias that `extern` finds. For hosts that load the library
+// without its C++ interface.
+extern "C" void pk_registerexternalfunction(const char* name, const char* program);
 
 #endif  // QUORVIX_MATH_PARSER_H

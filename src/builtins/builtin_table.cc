@@ -42,6 +42,7 @@ std::vector<BuiltinFamily> AllBuiltinFamilies() {
       AlignmentBuiltins,
       ShortTimeBuiltins,
       SegmentBuiltins,
+      ExternalBuiltins,
   };
   std::vector<BuiltinFamily> all(std::begin(kFamilies), std::end(kFamilies));
   all.insert(all.end(), LaterFamilies().begin(), LaterFamilies().end());

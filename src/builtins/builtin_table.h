@@ -56,6 +56,7 @@ std::span<const BuiltinEntry> FilteringBuiltins();
 std::span<const BuiltinEntry> AlignmentBuiltins();
 std::span<const BuiltinEntry> ShortTimeBuiltins();
 std::span<const BuiltinEntry> SegmentBuiltins();
+std::span<const BuiltinEntry> ExternalBuiltins();
 
 // Registers every family's rows, with their flags and kernels.
 void RegisterBuiltins();

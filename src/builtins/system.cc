@@ -1,7 +1,6 @@
 // Environment, process and evaluation built-ins: getenv, system and eval.
 // (fill lives with the template engine, which it runs.)
 #include <fcntl.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -15,6 +14,7 @@
 #include "builtins/private_run.h"
 #include "quorvix/app_info.h"
 #include "quorvix/math_parser.h"
+#include "util/child_process.h"
 #include "util/run_budget.h"
 #include "values/value_limits.h"
 
@@ -96,14 +96,6 @@ class TemporaryFile {
   int fd_ = -1;
 };
 
-// Waits for the child, through signals; a pid that is not our child (a
-// host's launcher that ran the command itself) has nothing to wait for.
-void Reap(pid_t pid) {
-  int status = 0;
-  while (::waitpid(pid, &status, 0) < 0 && errno == EINTR) {
-  }
-}
-
 // The whole file behind `fd`, read from its start; false (reported) past
 // the string limit.
 bool ReadBack(int fd, std::string& text) {
@@ -136,11 +128,13 @@ symtab* System(sym_list* list) {
   std::fflush(nullptr);  // what we buffered must not reach the child's copy of stdout
   ProcessRequest request{{"/bin/sh", "-c", args.Peek(0)->str_list[0]}, -1, out.fd(), {}};
   std::string why;
+  const Deadline deadline = Deadline::FromProcessTimeout();
   const pid_t pid = policy.StartProcess(request, &why);
   if (pid < 0)
     return args.Fail(
         ("system: " + (why.empty() ? std::string("the process launcher failed") : why)).c_str());
-  Reap(pid);
+  if (!ReapChild(pid, deadline))
+    return args.Fail(TimedOutMessage(args.Peek(0)->str_list[0], deadline.seconds()).c_str());
   std::string text;
   if (!ReadBack(out.fd(), text)) return nullptr;
   return StringResult(args, text);

@@ -141,6 +141,7 @@ void MathParser::AddExternalFunc(const char* name, const char* program, int narg
   entry->is_external = 1;
   entry->program = newstrdup(program ? program : "");
   entry->nargs = static_cast<short>(nargs);
+  entry->call_flags = quorvix::kStartsProcesses;
   StoreEntry(entry);
 }
 
@@ -154,6 +155,8 @@ void MathParser::AddExtDLLFunc(const char* name, const char* library, const char
   entry->program = newstrdup(entry_point ? entry_point : "");
   entry->nargs = static_cast<short>(word1);
   entry->library_word = static_cast<short>(word2);
+  // Foreign code runs in our process: trusted as little as a program.
+  entry->call_flags = quorvix::kStartsProcesses;
   StoreEntry(entry);
 }
 
