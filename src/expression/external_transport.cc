@@ -276,9 +276,11 @@ int RunExternalProgram(const ExternalRequest& request, ExternalReply& reply) {
   // directory means that file; any other bare name is looked up along PATH.
   std::string path = request.program;
   if (path.find('/') == std::string::npos && ::access(path.c_str(), F_OK) == 0) path = "./" + path;
+  // Whatever the program prints on its own standard output would land in
+  // the middle of a fill written to ours: it goes where messages go.
   ProcessRequest process{{path, std::to_string(to_child.read), std::to_string(from_child.write)},
                          -1,
-                         -1,
+                         STDERR_FILENO,
                          {to_child.read, from_child.write}};
   std::string why;
   const Deadline deadline = Deadline::FromProcessTimeout();
