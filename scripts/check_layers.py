@@ -28,6 +28,7 @@ PUBLIC = {
     "math_parser.h": "expression",
     "user_function.h": "template",
     "filler.h": "template",
+    "optimization_parameter.h": "template",
     "value_format.h": "template",
 }
 

@@ -198,21 +198,8 @@ bool Engine::expr_to_string(std::string& text) {
 }
 
 std::string Engine::BalanceText(char** pos, bool within_line) {
-  const char* p = *pos;
-  const char* start = p;
-  const char stop = within_line ? '\n' : '\0';
-  int depth = 0;
-  while (*p != '\0' && *p != stop) {
-    char c = *p;
-    if (c == '"') {
-      p = SkipQuoted(p, stop);
-      continue;
-    }
-    if (depth == 0 && (c == ';' || c == '}' || c == ',' || c == ')')) break;
-    if (c == '(' || c == '[' || c == '{') ++depth;
-    if ((c == ')' || c == ']' || c == '}') && depth > 0) --depth;
-    ++p;
-  }
+  const char* start = *pos;
+  const char* p = BalanceEnd(start, within_line ? '\n' : '\0');
   *pos = const_cast<char*>(p);
   return std::string(start, static_cast<std::size_t>(p - start));
 }

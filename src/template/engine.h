@@ -101,6 +101,7 @@ class Engine {
   int st_max_compatibility_off();
   int st_escape_characters_on();
   int st_escape_characters_off();
+  int st_parameter();
 
  private:
   // Fills the text in `buffer` (owned by the fill) from `start`; `name` is

@@ -13,6 +13,7 @@ namespace quorvix {
 std::span<const StatementRow> ControlFlowStatements();      // control_flow.cc
 std::span<const StatementRow> MacroAndIncludeStatements();  // macros.cc
 std::span<const StatementRow> FormatAndSwitchStatements();  // formats_switches.cc
+std::span<const StatementRow> ParameterStatements();        // parameters.cc
 
 namespace {
 
@@ -22,6 +23,7 @@ constexpr StatementFamily kFamilies[] = {
     &ControlFlowStatements,
     &MacroAndIncludeStatements,
     &FormatAndSwitchStatements,
+    &ParameterStatements,
 };
 
 struct ByLetter {

@@ -40,6 +40,24 @@ inline const char* SkipQuoted(const char* p, char stop = '\0') {
   return *p == '"' ? p + 1 : p;
 }
 
+// The end of the balanced text at `p`: the first ';', '}', ',' or ')' not
+// nested in brackets or a string, or `stop` (or the end of the text).
+inline const char* BalanceEnd(const char* p, char stop = '\0') {
+  int depth = 0;
+  while (*p != '\0' && *p != stop) {
+    const char c = *p;
+    if (c == '"') {
+      p = SkipQuoted(p, stop);
+      continue;
+    }
+    if (depth == 0 && (c == ';' || c == '}' || c == ',' || c == ')')) break;
+    if (c == '(' || c == '[' || c == '{') ++depth;
+    if ((c == ')' || c == ']' || c == '}') && depth > 0) --depth;
+    ++p;
+  }
+  return p;
+}
+
 }  // namespace quorvix
 
 #endif
