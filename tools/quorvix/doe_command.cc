@@ -52,7 +52,7 @@ bool ParsePositiveInt(const std::string& text, int& value, int max) {
 bool ParseOptions(const Args& args, DoeOptions& o) {
   for (std::size_t i = 0; i < args.size(); ++i) {
     const std::string& a = args[i];
-    if (int taken = ParseFillOption(args, i, o.fill, "doe"); taken != 0) {
+    if (int taken = ParseFillOption(args, i, o.fill, "doe", kDoeUsage); taken != 0) {
       if (taken < 0) return false;
       continue;
     }

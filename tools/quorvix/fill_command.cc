@@ -30,7 +30,7 @@ constexpr const char* kFillUsage =
 bool ParseOptions(const Args& args, FillCommandOptions& o) {
   for (std::size_t i = 0; i < args.size(); ++i) {
     const std::string& a = args[i];
-    if (int taken = ParseFillOption(args, i, o.fill, "fill"); taken != 0) {
+    if (int taken = ParseFillOption(args, i, o.fill, "fill", kFillUsage); taken != 0) {
       if (taken < 0) return false;
     } else if (a == "-o" || a == "--output") {
       if (i + 1 >= args.size()) {

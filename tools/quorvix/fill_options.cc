@@ -11,9 +11,10 @@ namespace {
 
 // Takes the value of the option at args[i]; false after reporting a
 // missing one.
-bool OptionValue(const Args& args, std::size_t& i, std::string& out, const char* command) {
+bool OptionValue(const Args& args, std::size_t& i, std::string& out, const char* command,
+                 const char* usage) {
   if (i + 1 >= args.size()) {
-    std::fprintf(stderr, "quorvix %s: %s needs a value\n", command, args[i].c_str());
+    std::fprintf(stderr, "quorvix %s: %s needs a value\n%s", command, args[i].c_str(), usage);
     return false;
   }
   out = args[++i];
@@ -26,7 +27,7 @@ void CaptureError(const char* message) { g_message = message ? message : ""; }
 }  // namespace
 
 int ParseIncludeOption(const Args& args, std::size_t& i, std::vector<std::string>& includes,
-                       const char* command) {
+                       const char* command, const char* usage) {
   const std::string& a = args[i];
   if (a.rfind("-I", 0) == 0 && a.size() > 2) {
     includes.push_back(a.substr(2));
@@ -34,20 +35,21 @@ int ParseIncludeOption(const Args& args, std::size_t& i, std::vector<std::string
   }
   if (a != "-I" && a != "--include") return 0;
   std::string v;
-  if (!OptionValue(args, i, v, command)) return -1;
+  if (!OptionValue(args, i, v, command, usage)) return -1;
   includes.push_back(v);
   return 1;
 }
 
-int ParseFillOption(const Args& args, std::size_t& i, FillOptions& o, const char* command) {
+int ParseFillOption(const Args& args, std::size_t& i, FillOptions& o, const char* command,
+                    const char* usage) {
   if (int taken = ParseTrustOption(args, i, o.trust, true, command); taken != 0) return taken;
-  if (int taken = ParseIncludeOption(args, i, o.includes, command); taken != 0) return taken;
+  if (int taken = ParseIncludeOption(args, i, o.includes, command, usage); taken != 0) return taken;
   const std::string& a = args[i];
   std::string v;
   if (a == "-D" || a == "--define" || (a.rfind("-D", 0) == 0 && a.size() > 2)) {
     if (a.size() > 2 && a[1] == 'D') {
       v = a.substr(2);
-    } else if (!OptionValue(args, i, v, command)) {
+    } else if (!OptionValue(args, i, v, command, usage)) {
       return -1;
     }
     std::size_t eq = v.find('=');
@@ -62,7 +64,7 @@ int ParseFillOption(const Args& args, std::size_t& i, FillOptions& o, const char
   } else if (a == "--safe-quotes") {
     o.safe_quotes = true;
   } else if (a == "--time-limit") {
-    if (!OptionValue(args, i, v, command)) return -1;
+    if (!OptionValue(args, i, v, command, usage)) return -1;
     if (!ParseSeconds(v, o.seconds)) {
       std::fprintf(stderr, "quorvix %s: bad time limit '%s' (expected seconds >= 0)\n", command,
                    v.c_str());

@@ -24,12 +24,13 @@ struct FillOptions {
 
 // Reads args[i] (and its value, advancing i) when it is "-I DIR" or
 // "--include DIR" (also "-IDIR"). 1: taken; 0: not; -1: reported on
-// standard error.
+// standard error (a missing value followed by `usage`).
 int ParseIncludeOption(const Args& args, std::size_t& i, std::vector<std::string>& includes,
-                       const char* command);
+                       const char* command, const char* usage);
 
 // As ParseIncludeOption, for every option of FillOptions.
-int ParseFillOption(const Args& args, std::size_t& i, FillOptions& o, const char* command);
+int ParseFillOption(const Args& args, std::size_t& i, FillOptions& o, const char* command,
+                    const char* usage);
 
 // Appends the include directories to the include path and sets up the
 // parser's trust and messages (the time limit is the caller's to set once

@@ -93,7 +93,7 @@ int RunParams(const Args& args) {
   std::vector<std::string> includes, files;
   for (std::size_t i = 0; i < args.size(); ++i) {
     const std::string& a = args[i];
-    if (int taken = ParseIncludeOption(args, i, includes, "params"); taken != 0) {
+    if (int taken = ParseIncludeOption(args, i, includes, "params", kParamsUsage); taken != 0) {
       if (taken < 0) return kExitUsage;
     } else if (a == "--json") {
       json = true;
