@@ -60,7 +60,9 @@ int Engine::st_parameter() {
   if (IsFalse() != 0) return 0;
 
   // A value the host (or an earlier declaration) set wins over the nominal.
-  if (parser_->Variables().contains(name)) return 0;
+  // A name merely looked up before holds a record of no kind: not a value.
+  const auto& vars = parser_->Variables();
+  if (auto it = vars.find(name); it != vars.end() && it->second->type != SYM_UNDEFINED) return 0;
   MathParser::ClearError();
   parser_->SetErrorMessage(nullptr);
   symtab* value = parser_->Evaluate(nominal.data());
