@@ -204,20 +204,20 @@ int RunDoe(const Args& args) {
   }
   parser.policy().limits.seconds = o.fill.seconds;
 
-  const std::vector<JobResult> results =
-      RunInChildren(matrix.runs.size(), o.parallel, [&](std::size_t i, int fd) {
-        return FillRun(filler, o, matrix, matrix.runs[i], definitions, fd);
-      });
-
   std::size_t failed = 0;
-  for (std::size_t i = 0; i < results.size(); ++i) {
-    const Run& run = matrix.runs[i];
-    std::printf("run %s: %s %s\n", run.id.c_str(), results[i].ok ? "ok" : "failed",
-                run.output.c_str());
-    if (!results[i].ok) ++failed;
-    PrintIndented(results[i].text);
-  }
-  std::printf("%zu runs, %zu failed\n", results.size(), failed);
+  RunInChildren(
+      matrix.runs.size(), o.parallel,
+      [&](std::size_t i, int fd) {
+        return FillRun(filler, o, matrix, matrix.runs[i], definitions, fd);
+      },
+      [&](std::size_t i, const JobResult& result) {
+        const Run& run = matrix.runs[i];
+        std::printf("run %s: %s %s\n", run.id.c_str(), result.ok ? "ok" : "failed",
+                    run.output.c_str());
+        if (!result.ok) ++failed;
+        PrintIndented(result.text);
+      });
+  std::printf("%zu runs, %zu failed\n", matrix.runs.size(), failed);
   return failed > 0 ? kExitFailed : kExitOk;
 }
 

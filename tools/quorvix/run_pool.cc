@@ -42,11 +42,19 @@ bool WriteAll(int fd, const std::string& text) {
   return true;
 }
 
-std::vector<JobResult> RunInChildren(std::size_t count, int parallel,
-                                     const std::function<int(std::size_t, int)>& job) {
+void RunInChildren(std::size_t count, int parallel, const std::function<int(std::size_t, int)>& job,
+                   const std::function<void(std::size_t, const JobResult&)>& done) {
   std::vector<JobResult> results(count);
+  std::vector<char> finished(count, 0);
   std::vector<Child> active;
-  std::size_t next = 0;
+  std::size_t next = 0, reported = 0;
+  auto finish = [&](std::size_t index) {
+    finished[index] = 1;
+    for (; reported < count && finished[reported]; ++reported) {
+      done(reported, results[reported]);
+      std::fflush(nullptr);  // before the next fork copies the buffer
+    }
+  };
   // Whatever this process still holds in its stdio buffers would be
   // written again by every child.
   std::fflush(nullptr);
@@ -54,6 +62,7 @@ std::vector<JobResult> RunInChildren(std::size_t count, int parallel,
     int fds[2];
     if (::pipe2(fds, O_CLOEXEC) != 0) {
       results[index].text = std::string("cannot start the run: ") + std::strerror(errno) + "\n";
+      finish(index);
       return;
     }
     const pid_t pid = ::fork();
@@ -72,6 +81,7 @@ std::vector<JobResult> RunInChildren(std::size_t count, int parallel,
     if (pid < 0) {
       ::close(fds[0]);
       results[index].text = std::string("cannot start the run: ") + std::strerror(errno) + "\n";
+      finish(index);
       return;
     }
     active.push_back({pid, fds[0], index});
@@ -86,8 +96,8 @@ std::vector<JobResult> RunInChildren(std::size_t count, int parallel,
     for (const Child& c : active) polled.push_back({c.fd, POLLIN, 0});
     if (::poll(polled.data(), polled.size(), -1) < 0) {
       if (errno == EINTR) continue;
-      std::perror("quorvix: poll");
-      break;
+      // Without poll, reading each pipe in turn (blocking) still ends.
+      for (pollfd& p : polled) p.revents = POLLIN;
     }
     // Walk backwards so that finished children can be removed in place.
     for (std::size_t k = polled.size(); k-- > 0;) {
@@ -105,10 +115,11 @@ std::vector<JobResult> RunInChildren(std::size_t count, int parallel,
       }
       results[c.index].ok = WIFEXITED(status) && WEXITSTATUS(status) == 0;
       results[c.index].text += Describe(status);
+      const std::size_t index = c.index;
       active.erase(active.begin() + static_cast<std::ptrdiff_t>(k));
+      finish(index);
     }
   }
-  return results;
 }
 
 }  // namespace quorvix::cli

@@ -19,9 +19,11 @@ struct JobResult {
 
 // Runs job(i, fd) for every i below `count` in a child of its own, at most
 // `parallel` at a time. The job writes its report to `fd` and returns the
-// child's exit status (0: success). Results are in job order.
-std::vector<JobResult> RunInChildren(std::size_t count, int parallel,
-                                     const std::function<int(std::size_t index, int fd)>& job);
+// child's exit status (0: success). `done` gets each result in job order,
+// as soon as it and every result before it are in.
+void RunInChildren(std::size_t count, int parallel,
+                   const std::function<int(std::size_t index, int fd)>& job,
+                   const std::function<void(std::size_t index, const JobResult& result)>& done);
 
 // Writes all of `text` to `fd`; false when it could not.
 bool WriteAll(int fd, const std::string& text);
