@@ -34,10 +34,8 @@ struct DoeOptions {
   FillOptions fill;
 };
 
-bool Usage(const char* format, const std::string& what) {
-  std::fprintf(stderr, "quorvix doe: ");
-  std::fprintf(stderr, format, what.c_str());
-  std::fprintf(stderr, "\n%s", kDoeUsage);
+bool Usage(const std::string& message) {
+  std::fprintf(stderr, "quorvix doe: %s\n%s", message.c_str(), kDoeUsage);
   return false;
 }
 
@@ -61,31 +59,31 @@ bool ParseOptions(const Args& args, DoeOptions& o) {
       std::exit(kExitOk);
     }
     const bool valued = a == "--runs" || a == "--out" || a == "-j" || a == "--rows";
-    if (valued && i + 1 >= args.size()) return Usage("%s needs a value", a);
+    if (valued && i + 1 >= args.size()) return Usage(a + " needs a value");
     if (a == "--runs") {
       o.runs = args[++i];
     } else if (a == "--out") {
       o.pattern = args[++i];
     } else if (a == "-j") {
       if (!ParsePositiveInt(args[++i], o.parallel, kMaxParallel))
-        return Usage("bad -j '%s' (expected 1 to 256)", args[i]);
+        return Usage("bad -j '" + args[i] + "' (expected 1 to 256)");
     } else if (a == "--rows") {
       const std::string& v = args[++i];
       const std::size_t colon = v.find(':');
       if (colon == std::string::npos || !ParsePositiveInt(v.substr(0, colon), o.first, 1 << 30) ||
           !ParsePositiveInt(v.substr(colon + 1), o.last, 1 << 30) || o.first > o.last)
-        return Usage("bad --rows '%s' (expected FIRST:LAST with 1 <= FIRST <= LAST)", v);
+        return Usage("bad --rows '" + v + "' (expected FIRST:LAST with 1 <= FIRST <= LAST)");
     } else if (a.size() > 1 && a[0] == '-') {
-      return Usage("unknown option '%s'", a);
+      return Usage("unknown option '" + a + "'");
     } else if (o.template_path.empty()) {
       o.template_path = a;
     } else {
-      return Usage("more than one template ('%s')", a);
+      return Usage("more than one template ('" + a + "')");
     }
   }
-  if (o.template_path.empty()) return Usage("%sno template", "");
-  if (o.runs.empty()) return Usage("%s--runs CSV is required", "");
-  if (o.pattern.empty()) return Usage("%s--out PATTERN is required", "");
+  if (o.template_path.empty()) return Usage("no template");
+  if (o.runs.empty()) return Usage("--runs CSV is required");
+  if (o.pattern.empty()) return Usage("--out PATTERN is required");
   return true;
 }
 
@@ -106,24 +104,19 @@ void SetValue(symtab& value, const std::string& text, bool as_text) {
 int FillRun(DOEFiller& filler, const DoeOptions& o, const RunMatrix& matrix, const Run& run,
             const std::vector<symtab>& definitions, int fd) {
   MathParser& parser = *filler.GetMathParser();
-  std::vector<std::string> loose;  // declared, but with no complete record
   for (std::size_t c = 0; c < matrix.columns.size(); ++c) {
-    OptimizationParameter* p = filler.GetOptimizationParameter(matrix.columns[c].c_str());
-    if (p == nullptr) {
-      loose.push_back(matrix.columns[c]);
-      continue;
-    }
-    SetValue(*p->value, run.values[c], !p->levels.empty());
+    if (OptimizationParameter* p = filler.GetOptimizationParameter(matrix.columns[c].c_str()))
+      SetValue(*p->value, run.values[c], !p->levels.empty());
   }
   filler.InitializeOptimizationParameters(nullptr);
+  // A declaration without its upper bound has no record, but its name is
+  // declared all the same.
   for (std::size_t c = 0; c < matrix.columns.size(); ++c) {
-    for (const std::string& name : loose) {
-      if (name != matrix.columns[c]) continue;
-      symtab v;
-      v.SetName(name.c_str());
-      SetValue(v, run.values[c], false);
-      parser.AddVariable(&v);
-    }
+    if (filler.GetOptimizationParameter(matrix.columns[c].c_str()) != nullptr) continue;
+    symtab v;
+    v.SetName(matrix.columns[c].c_str());
+    SetValue(v, run.values[c], false);
+    parser.AddVariable(&v);
   }
   for (const symtab& d : definitions) parser.AddVariable(const_cast<symtab*>(&d));
 
