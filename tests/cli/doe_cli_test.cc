@@ -128,6 +128,10 @@ TEST_F(DoeCliTest, DoeChecksTheMatrixBeforeAnyFillAndReportsEachRun) {
             "  1/t\n2 runs, 1 failed\n");
   EXPECT_EQ(Read("out/1.txt"), "a, b=0.5");
   EXPECT_EQ(Read("out/2.txt"), "q\"x=");  // what was written before the error stays
+  // A file in the way of a run's folder fails that run, not the study.
+  r = Run({"doe", "t.qvx", "--runs", "runs.csv", "--out", "t.qvx/{run}.txt", "--rows", "1:1"});
+  EXPECT_EQ(r.status, 1);
+  EXPECT_EQ(r.out, "run 1: failed t.qvx/1.txt\n  cannot write 't.qvx/1.txt'\n1 runs, 1 failed\n");
 }
 
 }  // namespace
