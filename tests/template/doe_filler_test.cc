@@ -82,7 +82,9 @@ TEST(DOEFillerRecords, FillAfterInitializeUsesTheHostsValues) {
       "{parameter(t, real, 2.5, 1, 4)}{parameter(m, s, \"steel\", \"alu\")}"
       "{parameter(k, real, 7, 0, 9)}t={t} m={m} k={k}{ifdef \"junk\"} junk{endif}";
   DOEFiller filler;
-  filler.GetMathParser()->Evaluate("junk = 1");
+  symtab* junk = filler.GetMathParser()->Evaluate("junk = 1");
+  ASSERT_NE(junk, nullptr);
+  junk->Delete();
   ASSERT_EQ(filler.ScanForOptimizationParameters(text), (Names{"t", "m", "k"}));
   MathParser host;
   AddNamed(host, "t", qt::Scalar(3.25));
