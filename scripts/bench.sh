@@ -40,7 +40,7 @@ command -v dpkg-query >/dev/null && install_peers python3-numpy python3-scipy li
 cmake -S "$root" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=Release -DQUORVIX_BENCH=ON \
   >"$build.configure.log" 2>&1 || { cat "$build.configure.log"; exit 1; }
 rm -f "$build.configure.log"
-targets=(quorvix_compare quorvix_deck)
+targets=(quorvix_compare quorvix_deck quorvix_doe_bench)
 [[ $micro == 1 ]] && targets+=(quorvix_micro_bench)
 cmake --build "$build" -j2 --target "${targets[@]}"
 
@@ -61,6 +61,9 @@ fi
 
 echo
 "$build/bench/quorvix_deck" --python "${python:-python3}"
+
+echo
+"$build/bench/quorvix_doe_bench"
 
 if [[ $micro == 1 ]]; then
   echo

@@ -30,6 +30,7 @@ PUBLIC = {
     "extension.h": "expression",
     "user_function.h": "template",
     "filler.h": "template",
+    "optimization_parameter.h": "template",
     "value_format.h": "template",
     "tcl_setup.h": "template",
 }

@@ -152,6 +152,11 @@ run_templates() {
   (cd "$ROOT" && "$build_dir/quorvix" fill --lf -I examples/rotating \
     examples/rotating/order_tracks_svg.qvx -o "$build_dir/order_tracks.svg")
   log "wrote $build_dir/order_tracks.svg"
+  log "quorvix doe examples/doe/plate.qvx (a 48-run design study of a plate deck)"
+  (cd "$ROOT" && "$build_dir/quorvix" doe examples/doe/plate.qvx -I examples/doe \
+    --runs examples/doe/runs.csv --out "$build_dir/study/{run}/plate_{material}.bdf" -j 2 --lf |
+    tail -n 2)
+  log "wrote the decks under $build_dir/study/"
 }
 
 run_tests() {

@@ -8,11 +8,13 @@
 #ifndef QUORVIX_FILLER_H
 #define QUORVIX_FILLER_H
 
+#include <map>
 #include <memory>
 #include <string>
 #include <vector>
 
 #include "quorvix/math_parser.h"
+#include "quorvix/optimization_parameter.h"
 #include "quorvix/output_sink.h"
 #include "quorvix/symtab.h"
 
@@ -110,11 +112,52 @@ class Filler : public FillerBase {
   static int GetTemplatesViaPreferenceFile(const char* file, MathParser* parser);
 };
 
+// A filler that also collects the design parameters ("parameter"
+// statements) of a template and its literally included files, and puts the
+// host's values for them into the parser before a fill.
 class DOEFiller : public FillerBase {
  public:
+  // Name to record, in name order; the filler owns the records.
+  using ParameterList = std::map<std::string, std::unique_ptr<OptimizationParameter>>;
+
   DOEFiller() = default;
   explicit DOEFiller(MathParser* parser) : FillerBase(parser) {}
+  DOEFiller(const DOEFiller& other);
+  DOEFiller& operator=(const DOEFiller& other);
   char* Fill(const char* text, char** errors) override;
+  // As Filler::FillFileTo: the file's text, named in error reports, with
+  // the output going to `sink`; -1 (no error text) when it cannot be read.
+  int FillFileTo(const char* path, quorvix::OutputSink& sink, char** errors);
+
+  // Each stores a new record under `name`, replacing one of that name, and
+  // returns it (owned by the filler).
+  OptimizationParameter* SetOptimizationParameter(const char* name, const char* type,
+                                                  double nominal, double lower, double upper);
+  OptimizationParameter* SetOptimizationParameter(const char* name, const char* type,
+                                                  const char* nominal, const char* lower,
+                                                  const char* upper);
+  OptimizationParameter* SetOptimizationParameter(const char* name, const char* type,
+                                                  std::vector<std::string> levels);
+  // Takes `p` (null does nothing), replacing any record of that name.
+  void _SetOptimizationParameter(const char* name, OptimizationParameter* p);
+  // The record or null; stays owned by the filler.
+  OptimizationParameter* GetOptimizationParameter(const char* name);
+  ParameterList& GetParameterList() { return parameters_; }
+  void ResetParameterList() { parameters_.clear(); }
+  // Clears the parser's variables and adds every record's value as one.
+  // With `from`, each record first takes the value of `from`'s variable of
+  // the same name, when it has one.
+  void InitializeOptimizationParameters(MathParser* from);
+  // Empties the list and collects the declarations of `text` and of the
+  // files it includes by a literal name (found along the include path),
+  // without running anything: declarations in switched-off branches count.
+  // Returns the names of the complete declarations in the order met (a name
+  // declared twice comes twice); records are kept only for declarations
+  // with all their arguments.
+  std::vector<std::string> ScanForOptimizationParameters(const char* text);
+
+ private:
+  ParameterList parameters_;
 };
 
 #endif

@@ -128,6 +128,7 @@ class Engine {
   int st_quorvix_on();
   // Files opened by "open" and "append" get LF line ends instead of CR LF.
   void SetLfInFiles(bool on) { lf_in_files_ = on; }
+  int st_parameter();
 
  private:
   // Fills the text in `buffer` (owned by the fill) from `start`; `name` is

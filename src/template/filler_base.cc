@@ -61,8 +61,6 @@ std::vector<std::string>& FillerBase::IncludePath() { return quorvix::SearchPath
 
 char* Filler::Fill(const char* text, char** errors) { return engine_->FillText(text, errors); }
 
-char* DOEFiller::Fill(const char* text, char** errors) { return engine_->FillText(text, errors); }
-
 char* Filler::FillFile(const char* path, char** errors) { return engine_->FillFile(path, errors); }
 
 int Filler::FillTo(const char* text, quorvix::OutputSink& sink, char** errors) {

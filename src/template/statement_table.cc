@@ -15,6 +15,7 @@ std::span<const StatementRow> MacroAndIncludeStatements();  // macros.cc
 std::span<const StatementRow> FormatAndSwitchStatements();  // formats_switches.cc
 std::span<const StatementRow> RegistrationStatements();     // registrations.cc
 std::span<const StatementRow> OutputStatements();           // output_statements.cc
+std::span<const StatementRow> ParameterStatements();        // parameters.cc
 
 namespace {
 
@@ -22,7 +23,7 @@ namespace {
 // families and of their rows does not matter.
 constexpr StatementFamily kFamilies[] = {
     &ControlFlowStatements,  &MacroAndIncludeStatements, &FormatAndSwitchStatements,
-    &RegistrationStatements, &OutputStatements,
+    &RegistrationStatements, &OutputStatements,          &ParameterStatements,
 };
 
 struct ByLetter {

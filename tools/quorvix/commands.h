@@ -15,6 +15,8 @@ using Args = std::vector<std::string>;
 int RunEval(const Args& args);
 int RunFill(const Args& args);
 int RunFunctions(const Args& args);
+int RunParams(const Args& args);
+int RunDoe(const Args& args);
 
 // Reads the value of --time-limit: seconds, a number >= 0 (0: no limit).
 // False for anything else.

@@ -7,6 +7,7 @@
 #include <string>
 
 #include "commands.h"
+#include "fill_options.h"
 #include "quorvix/filler.h"
 #include "quorvix/math_parser.h"
 #include "quorvix/tcl_setup.h"
@@ -15,15 +16,10 @@ namespace quorvix::cli {
 
 namespace {
 
-struct FillOptions {
+struct FillCommandOptions {
   std::string output;
-  std::vector<std::string> includes;
-  std::vector<std::pair<std::string, std::string>> defines;
-  bool lf = false;
-  bool safe_quotes = false;
+  FillOptions fill;
   std::string pref;
-  double seconds = 0.0;
-  TrustOptions trust;
   std::vector<std::string> files;
 };
 
@@ -35,52 +31,23 @@ constexpr const char* kFillUsage =
     "               exit 2 when it cannot be read, 1 when its fill fails or it is refused\n";
 
 // Returns false after printing a usage error.
-bool ParseOptions(const Args& args, FillOptions& o) {
+bool ParseOptions(const Args& args, FillCommandOptions& o) {
   for (std::size_t i = 0; i < args.size(); ++i) {
     const std::string& a = args[i];
-    auto value = [&](std::string& out) {
+    if (int taken = ParseFillOption(args, i, o.fill, "fill", kFillUsage); taken != 0) {
+      if (taken < 0) return false;
+    } else if (a == "-o" || a == "--output") {
       if (i + 1 >= args.size()) {
         std::fprintf(stderr, "quorvix fill: %s needs a value\n%s", a.c_str(), kFillUsage);
         return false;
       }
-      out = args[++i];
-      return true;
-    };
-    std::string v;
-    if (int taken = ParseTrustOption(args, i, o.trust, true, "fill"); taken != 0) {
-      if (taken < 0) return false;
-    } else if (a == "-o" || a == "--output") {
-      if (!value(o.output)) return false;
-    } else if (a == "-I" || a == "--include") {
-      if (!value(v)) return false;
-      o.includes.push_back(v);
-    } else if (a.rfind("-I", 0) == 0 && a.size() > 2) {
-      o.includes.push_back(a.substr(2));
-    } else if (a == "-D" || a == "--define" || (a.rfind("-D", 0) == 0 && a.size() > 2)) {
-      if (a.size() > 2 && a[1] == 'D') {
-        v = a.substr(2);
-      } else if (!value(v)) {
-        return false;
-      }
-      std::size_t eq = v.find('=');
-      if (eq == std::string::npos || eq == 0) {
-        std::fprintf(stderr, "quorvix fill: bad definition '%s' (expected NAME=EXPR)\n", v.c_str());
-        return false;
-      }
-      o.defines.emplace_back(v.substr(0, eq), v.substr(eq + 1));
-    } else if (a == "--lf") {
-      o.lf = true;
+      o.output = args[++i];
     } else if (a == "--pref") {
-      if (!value(o.pref)) return false;
-    } else if (a == "--safe-quotes") {
-      o.safe_quotes = true;
-    } else if (a == "--time-limit") {
-      if (!value(v)) return false;
-      if (!ParseSeconds(v, o.seconds)) {
-        std::fprintf(stderr, "quorvix fill: bad time limit '%s' (expected seconds >= 0)\n",
-                     v.c_str());
+      if (i + 1 >= args.size()) {
+        std::fprintf(stderr, "quorvix fill: %s needs a value\n%s", a.c_str(), kFillUsage);
         return false;
       }
+      o.pref = args[++i];
     } else if (a == "-h" || a == "--help") {
       std::fputs(kFillUsage, stdout);
       std::exit(kExitOk);
@@ -95,32 +62,15 @@ bool ParseOptions(const Args& args, FillOptions& o) {
   return true;
 }
 
-std::string g_message;
-void CaptureError(const char* message) { g_message = message ? message : ""; }
-
 }  // namespace
 
 int RunFill(const Args& args) {
-  FillOptions o;
+  FillCommandOptions o;
   if (!ParseOptions(args, o)) return kExitUsage;
 
-  for (const std::string& dir : o.includes) FillerBase::IncludePath().push_back(dir);
   MathParser parser;
-  MathParser::SetErrorFunction(CaptureError);
-  // The definitions are held to the same trust as the templates.
-  ApplyTrust(o.trust, parser.policy());
-  SendMessagesToStandardError(parser.policy());
-  for (const auto& [name, expr] : o.defines) {
-    g_message.clear();
-    symtab* value = parser.Evaluate(const_cast<char*>(expr.c_str()));
-    if (value == nullptr) {
-      std::fprintf(stderr, "quorvix fill: -D %s: %s\n", name.c_str(), g_message.c_str());
-      return kExitUsage;
-    }
-    value->SetName(name.c_str());
-    parser.AddVariable(value);
-    value->Delete();
-  }
+  ApplyFillOptions(o.fill, parser);
+  if (!EvaluateDefinitions(o.fill, parser, "fill")) return kExitUsage;
 
   // Every file must be readable before anything is written.
   for (const std::string& file : o.files) {
@@ -131,7 +81,7 @@ int RunFill(const Args& args) {
     }
     if (f != nullptr) std::fclose(f);
   }
-  parser.policy().limits.seconds = o.seconds;
+  parser.policy().limits.seconds = o.fill.seconds;
   // Registrations come first, so that nothing is written when they fail.
   if (!o.pref.empty()) {
     if (std::FILE* f = std::fopen(o.pref.c_str(), "rb"); f != nullptr) {
@@ -155,13 +105,13 @@ int RunFill(const Args& args) {
   }
   // The output goes out as the fill makes it: memory stays flat however
   // much a template writes.
-  FileSink sink(destination != nullptr ? destination.get() : stdout, o.lf);
+  FileSink sink(destination != nullptr ? destination.get() : stdout, o.fill.lf);
 
   // Templates may write to the "TCL" stream and call the Tcl functions.
-  if (!o.trust.restricted) CreateTclInterpreter();
+  if (!o.fill.trust.restricted) CreateTclInterpreter();
   Filler filler(&parser);
-  filler.SafeQuotes(o.safe_quotes ? 1 : 0);
-  filler.SetLfInFiles(o.lf);
+  filler.SafeQuotes(o.fill.safe_quotes ? 1 : 0);
+  filler.SetLfInFiles(o.fill.lf);
   bool failed = false;
   for (const std::string& file : o.files) {
     char* errors = nullptr;
@@ -179,7 +129,7 @@ int RunFill(const Args& args) {
     }
     if (errors != nullptr) {
       // The error text takes the same line ends as the output.
-      FileSink messages(stderr, o.lf);
+      FileSink messages(stderr, o.fill.lf);
       messages.Write(errors, std::strlen(errors));
       messages.Finish();
       delete[] errors;

@@ -30,6 +30,16 @@ constexpr const char* kUsage =
     "       [--max-elements N] EXPR...\n"
     "                                   evaluate each EXPR in order and print its value\n"
     "  functions                        list the registered functions with their argument word\n"
+    "  params [--json] [-I DIR]... FILE list the design parameters FILE and its includes declare,\n"
+    "                                   one a line, tab-separated: NAME TYPE NOMINAL LOWER UPPER,\n"
+    "                                   or NAME TYPE \"LEVEL\"... for levels, or NAME alone for "
+    "an\n"
+    "                                   incomplete declaration; --json: an array of objects\n"
+    "  doe TEMPLATE --runs CSV --out PATTERN [-j N] [--rows FIRST:LAST] [fill options]\n"
+    "                                   fill TEMPLATE once per row of CSV (header: the "
+    "parameters,\n"
+    "                                   optionally run), writing PATTERN with {run} and {NAME}\n"
+    "                                   filled in; N fills at a time; a report line per run\n"
     "\n"
     "options:\n"
     "  --help      show this text\n"
@@ -44,6 +54,8 @@ constexpr Command kCommands[] = {
     {"fill", quorvix::cli::RunFill},
     {"eval", quorvix::cli::RunEval},
     {"functions", quorvix::cli::RunFunctions},
+    {"params", quorvix::cli::RunParams},
+    {"doe", quorvix::cli::RunDoe},
 };
 
 }  // namespace
