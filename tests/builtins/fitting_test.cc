@@ -15,20 +15,10 @@
 namespace quorvix {
 namespace {
 
-class Lines : public MessageServiceBase {
- public:
-  std::ostream& Stream() override { return stream_; }
-  void Message(const char* text) override { lines.emplace_back(text); }
-  std::vector<std::string> lines;
-
- private:
-  std::ostringstream stream_;
-};
-
 class FittingTest : public test::ParserTest {
  protected:
   void SetUp() override { parser_.policy().messages = &service_; }
-  Lines service_;
+  test::MessageLines service_;
 };
 
 TEST_F(FittingTest, PolyfitReportsItsCoefficientsAndQuality) {

@@ -1,4 +1,6 @@
 // The quorvix command-line program, run as a separate process.
+#include <sys/stat.h>
+
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
@@ -258,6 +260,17 @@ TEST_F(FillCliTest, TclStreamAndFilesOpenedByTheTemplate) {
   EXPECT_EQ(r.err, "TCL stream: boom\n");
   EXPECT_EQ(qt::ReadFile(Path("work/tcl.txt")), "from tcl");
   EXPECT_EQ(qt::ReadFile(Path("work/lf.txt")), "a\nb\n");
+}
+
+TEST_F(FillCliTest, AnExternalProgramsOwnOutputStaysOutOfTheFill) {
+  const std::string program =
+      Write("chatty.sh", "#!/bin/bash\necho stray\nprintf '3 reply\\n' >&$2\n");
+  ASSERT_EQ(::chmod(program.c_str(), 0755), 0);
+  Outcome r =
+      Fill({"--lf"}, "{registerexternalfunction(\"chatty\", \"" + program + "\")}[{chatty(1)}]\n");
+  EXPECT_EQ(r.status, 0) << r.err;
+  EXPECT_EQ(r.out, "[reply]\n");
+  EXPECT_EQ(r.err, "stray\n");
 }
 
 }  // namespace

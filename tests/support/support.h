@@ -19,6 +19,7 @@
 
 #include "quorvix/filler.h"
 #include "quorvix/math_parser.h"
+#include "quorvix/message_service.h"
 #include "quorvix/symtab.h"
 #include "quorvix/value_format.h"
 
@@ -62,6 +63,18 @@ inline std::string Text(const symtab& v) {
 }
 
 // ---- Errors and evaluation ---------------------------------------------------------
+
+// A message service that keeps each message line (set it as a policy's
+// `messages`).
+class MessageLines : public MessageServiceBase {
+ public:
+  std::ostream& Stream() override { return stream_; }
+  void Message(const char* text) override { lines.emplace_back(text); }
+  std::vector<std::string> lines;
+
+ private:
+  std::ostringstream stream_;
+};
 
 // Takes the messages given to the host's error function while it lives.
 class ErrorCapture {

@@ -26,16 +26,6 @@ class NoInterpreter {
   Tcl_Interp* saved_;
 };
 
-class CapturedMessages : public MessageServiceBase {
- public:
-  std::ostream& Stream() override { return stream_; }
-  void Message(const char* text) override { text_ += std::string(text) + "|"; }
-  std::string text_;
-
- private:
-  std::ostringstream stream_;
-};
-
 TEST_F(TclBridgeTest, FunctionsRunScriptsAndReadVariables) {
   EXPECT_EQ(Eval("tcleval({\"set tb_a 6\", \"expr {$tb_a * 7}\"})"), "{ \"6\", \"42\" }");
   EXPECT_EQ(Eval("tcleval(\"error oops\")"), "oops");
@@ -68,7 +58,7 @@ TEST_F(TclBridgeTest, WithoutAnInterpreterTheArgumentComesBack) {
 
 TEST_F(TclBridgeTest, TheTclStreamRunsItsTextWhenClosedAndReportsErrors) {
   Filler filler;
-  CapturedMessages messages;
+  qt::MessageLines messages;
   filler.GetMathParser()->policy().messages = &messages;
   qt::Filled r = qt::Fill(filler,
                           "{open \"TCL\"}set tb_s 6\nset tb_t [expr $tb_s * 7]\n{close}"
@@ -76,7 +66,7 @@ TEST_F(TclBridgeTest, TheTclStreamRunsItsTextWhenClosedAndReportsErrors) {
                           "{open \"TCL\"}set tb_u end");
   EXPECT_EQ(r.output, "42|");
   EXPECT_TRUE(r.errors_null) << r.errors;
-  EXPECT_EQ(messages.text_, "TCL stream: boom|");
+  EXPECT_EQ(messages.lines, std::vector<std::string>{"TCL stream: boom"});
   EXPECT_EQ(Eval("tclgetvar(\"tb_u\")"), "end");  // run at the end of the fill
 }
 

@@ -12,19 +12,9 @@ namespace {
 
 using qt::Fill;
 
-class CapturedMessages : public MessageServiceBase {
- public:
-  std::ostream& Stream() override { return stream_; }
-  void Message(const char* text) override { lines.emplace_back(text); }
-  std::vector<std::string> lines;
-
- private:
-  std::ostringstream stream_;
-};
-
 TEST(OutputStatementsTest, EchoWritesAFormattedMessageNotOutput) {
   Filler filler;
-  CapturedMessages messages;
+  qt::MessageLines messages;
   filler.GetMathParser()->policy().messages = &messages;
   qt::Filled r = Fill(filler, "a{echo({1,2}, f4.1, array)}{if 0}{echo(3)}{endif}{echo(\"s\")}b");
   EXPECT_EQ(r.output, "ab");
