@@ -4,6 +4,8 @@
 // when the library is loaded.
 #include <tcl.h>
 
+#include <algorithm>
+#include <cmath>
 #include <cstring>
 #include <limits>
 #include <memory>
@@ -16,6 +18,8 @@
 #include "quorvix/message_service.h"
 #include "template/tcl_hooks.h"
 #include "util/output_stream.h"
+#include "util/process_timeout.h"
+#include "util/run_budget.h"
 
 namespace quorvix {
 namespace {
@@ -52,20 +56,66 @@ symtab* EachString(sym_list* list, int (*run)(Tcl_Interp*, const char*)) {
   if (interp == nullptr) return args.Release(v);
   for (int i = 0; i < v->num_strings; ++i) {
     run(interp, v->str_list[i] != nullptr ? v->str_list[i] : "");
+    // A script cut short by the fill's own time limit ends the fill.
+    if (std::string why; !RunBudget::InTime(&why)) {
+      v->Delete();
+      MathParser::Error(why.c_str());
+      return nullptr;
+    }
     ReplaceString(*v, i, Tcl_GetStringResult(interp));
   }
   return args.Release(v);
 }
+
+// A script runs no longer than the fill or evaluation that started it may,
+// nor than the time-out of started programs: an endless script ends with
+// Tcl's own "time limit exceeded" as its result. A limit the host set on
+// its interpreter is left alone.
+class TimeBound {
+ public:
+  explicit TimeBound(Tcl_Interp* interp) : interp_(interp) {
+    double seconds = RunBudget::SecondsLeft();
+    const double timeout = ProcessTimeout();
+    if (timeout > 0 && (seconds < 0 || timeout < seconds)) seconds = timeout;
+    if (seconds < 0 || Tcl_LimitTypeEnabled(interp, TCL_LIMIT_TIME)) return;
+    Tcl_Time until;
+    Tcl_GetTime(&until);
+    const double whole = std::floor(std::min(seconds, 1e9));
+    until.sec += static_cast<long>(whole);
+    until.usec += static_cast<long>((std::min(seconds, 1e9) - whole) * 1e6);
+    if (until.usec >= 1000000) {
+      until.sec += 1;
+      until.usec -= 1000000;
+    }
+    Tcl_LimitSetTime(interp, &until);
+    Tcl_LimitSetGranularity(interp, TCL_LIMIT_TIME, 1);
+    Tcl_LimitTypeSet(interp, TCL_LIMIT_TIME);
+    set_ = true;
+  }
+  ~TimeBound() {
+    if (set_) Tcl_LimitTypeReset(interp_, TCL_LIMIT_TIME);
+  }
+  TimeBound(const TimeBound&) = delete;
+  TimeBound& operator=(const TimeBound&) = delete;
+
+ private:
+  Tcl_Interp* interp_;
+  bool set_ = false;
+};
 
 int EvalScript(Tcl_Interp* interp, const char* script) {
   const std::size_t n = std::strlen(script);
   const int length = n > static_cast<std::size_t>(std::numeric_limits<int>::max())
                          ? std::numeric_limits<int>::max()
                          : static_cast<int>(n);
+  TimeBound bound(interp);
   return Tcl_EvalEx(interp, script, length, TCL_EVAL_GLOBAL);
 }
 
-int EvalFile(Tcl_Interp* interp, const char* name) { return Tcl_EvalFile(interp, name); }
+int EvalFile(Tcl_Interp* interp, const char* name) {
+  TimeBound bound(interp);
+  return Tcl_EvalFile(interp, name);
+}
 
 symtab* TclEval(sym_list* list) { return EachString(list, EvalScript); }
 symtab* TclEvalFile(sym_list* list) { return EachString(list, EvalFile); }

@@ -99,4 +99,10 @@ bool IsLimitMessage(std::string_view message) {
 
 long long RunBudget::Spent() { return t_state.depth == 0 ? 0 : t_state.spent; }
 
+double RunBudget::SecondsLeft() {
+  if (t_state.depth == 0 || t_state.seconds <= 0.0) return -1.0;
+  const std::chrono::duration<double> left = t_state.deadline - Clock::now();
+  return left.count() > 0.0 ? left.count() : 0.0;
+}
+
 }  // namespace quorvix

@@ -56,6 +56,9 @@ class RunBudget {
   static void CheckTime();
   // Units spent in the current outermost scope.
   static long long Spent();
+  // Seconds left before the deadline of the current outermost scope (0 once
+  // passed); negative when there is no deadline.
+  static double SecondsLeft();
 
   static std::string WorkMessage(long long limit);
   static std::string TimeMessage(double seconds);

@@ -6,6 +6,7 @@
 #include "quorvix/message_service.h"
 #include "quorvix/tcl_setup.h"
 #include "support/support.h"
+#include "util/process_timeout.h"
 
 namespace {
 
@@ -41,6 +42,19 @@ TEST_F(TclBridgeTest, FunctionsRunScriptsAndReadVariables) {
   EXPECT_EQ(Eval("tclgetvar(\"a\", \"b\", \"c\")"), "error: Invalid number of arguments");
   parser_.policy().restricted = true;
   EXPECT_EQ(Eval("tcleval(\"set x 1\")"), "error: tcleval is not allowed in restricted mode");
+}
+
+TEST_F(TclBridgeTest, EndlessScriptsStopAtTheTimeOutOrTheFillsTimeLimit) {
+  quorvix::SetProcessTimeout(0.2);
+  EXPECT_EQ(Eval("tcleval(\"while 1 {}\")"), "time limit exceeded");
+  quorvix::SetProcessTimeout(0);
+  // The limit is lifted afterwards.
+  EXPECT_EQ(Eval("tcleval(\"expr 1+1\")"), "2");
+  Filler filler;
+  filler.GetMathParser()->policy().limits.seconds = 0.2;
+  qt::Filled r = qt::Fill(filler, "a{tcleval(\"while 1 {}\")}b");
+  EXPECT_EQ(r.output, "a");
+  EXPECT_NE(r.errors.find("time limit exceeded (0.2 s)"), std::string::npos) << r.errors;
 }
 
 TEST_F(TclBridgeTest, WithoutAnInterpreterTheArgumentComesBack) {
