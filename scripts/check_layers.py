@@ -13,7 +13,7 @@ import re
 import sys
 
 # Lowest first. A layer may include itself and everything before it.
-LAYERS = ["util", "numerics", "values", "parser", "expression", "results", "builtins", "template", "tcl"]
+LAYERS = ["util", "numerics", "values", "parser", "expression", "results", "builtins", "template", "tcl", "matio"]
 
 # The layer each public header belongs to.
 PUBLIC = {
