@@ -39,6 +39,7 @@ struct MatDeleter {
 using MatPtr = std::unique_ptr<mat_t, MatDeleter>;
 
 constexpr int kMaxDepth = 32;
+constexpr std::size_t kMaxFields = 100'000;
 // zlib inflates at most about 1032:1; a variable announcing more than that
 // over the whole file is a damaged header, not data.
 constexpr unsigned long long kMaxInflation = 1100;
@@ -58,7 +59,7 @@ struct Place {
 matvar_t* Follow(matvar_t* top, const std::vector<Step>& steps) {
   matvar_t* at = top;
   for (const Step& step : steps) {
-    if (at == nullptr || at->class_type != MAT_C_STRUCT) return nullptr;
+    if (at == nullptr || at->class_type != MAT_C_STRUCT || at->data == nullptr) return nullptr;
     at = Mat_VarGetStructFieldByIndex(at, step.field, step.element);
   }
   return at;
@@ -82,15 +83,20 @@ class MatSource {
   bool Load(const Place& place, const std::string& name, std::vector<double>& out,
             std::string* why) {
     std::lock_guard<std::mutex> hold(lock_);
-    VarPtr& top = read_[place.top];
-    if (!top) top = ReadVariable(path_, place.top);
-    const matvar_t* leaf = top ? Follow(top.get(), place.steps) : nullptr;
+    Read& read = read_[place.top];
+    // A variable that failed once is not read again: a damaged file would
+    // otherwise be read through once per component.
+    if (!read.var && !read.failed) {
+      read.var = ReadVariable(path_, place.top);
+      read.failed = !read.var;
+    }
+    const matvar_t* leaf = read.var ? Follow(read.var.get(), place.steps) : nullptr;
     std::string reason;
     if (leaf == nullptr || !NumericValues(*leaf, place.column, out, &reason)) {
       *why = "mat variable " + name + " could not be read";
       return false;
     }
-    if (--pending_[place.top] <= 0) read_.erase(place.top);
+    if (--pending_[place.top] <= 0) read.var.reset();
     return true;
   }
 
@@ -98,7 +104,11 @@ class MatSource {
   std::mutex lock_;
   std::string path_;
   std::map<std::string, int> pending_;
-  std::map<std::string, VarPtr> read_;
+  struct Read {
+    VarPtr var;
+    bool failed = false;
+  };
+  std::map<std::string, Read> read_;
 };
 
 // A variable or field found in the headers, before it becomes a data type.
@@ -136,6 +146,11 @@ class TreeBuilder {
         f.kind = LeafKind::kRefused;
         f.reason = "more elements than allowed";
       }
+    }
+    if (found_.size() + found.size() > kMaxFields) {
+      found_.push_back(
+          Found{info.name, Place{info.name, {}}, LeafKind::kRefused, "too many fields to list"});
+      return;
     }
     for (Found& f : found) found_.push_back(std::move(f));
   }
@@ -196,7 +211,13 @@ class TreeBuilder {
     ElementCount(var, &elements);
     const unsigned fields = Mat_VarGetNumberOfFields(const_cast<matvar_t*>(&var));
     char* const* names = Mat_VarGetStructFieldnames(&var);
-    if (names == nullptr) return;
+    if (names == nullptr || var.data == nullptr) return;
+    // Each field of each element becomes a data type: a struct array of
+    // more than a table's worth is listed as one refused entry.
+    if (elements != 0 && fields > kMaxFields / elements) {
+      found.push_back(Found{name, place, LeafKind::kRefused, "too many fields to list"});
+      return;
+    }
     for (std::size_t e = 0; e < elements; ++e) {
       const std::string prefix =
           elements == 1 ? name + "." : name + "(" + std::to_string(e + 1) + ").";
@@ -322,9 +343,9 @@ std::unique_ptr<results::ResultTree> Open(const std::string& path, const Policy&
   const bool sized = fstat(fileno(file), &status) == 0 && status.st_size > 0;
   MatPtr mat(sized ? Mat_Open(path.c_str(), MAT_ACC_RDONLY) : nullptr);
   const mat_ft version = mat ? Mat_GetVersion(mat.get()) : MAT_FT_UNDEFINED;
-  const std::vector<bool> cut = mat && version != MAT_FT_MAT73
-                                    ? CutShort(file, status.st_size, version == MAT_FT_MAT5)
-                                    : std::vector<bool>();
+  const std::vector<Extent> extents = mat && version != MAT_FT_MAT73
+                                          ? Extents(file, status.st_size, version == MAT_FT_MAT5)
+                                          : std::vector<Extent>();
   std::fclose(file);
   if (!mat) {
     *why = "not a MAT file: " + path;
@@ -332,9 +353,15 @@ std::unique_ptr<results::ResultTree> Open(const std::string& path, const Policy&
   }
   const unsigned long long max_bytes =
       static_cast<unsigned long long>(status.st_size) * kMaxInflation + 4096;
+  // Every cell or element takes at least a tag of 8 bytes in the stream.
+  for (const Extent& e : extents)
+    if (e.container_elements > max_bytes / 8) {
+      *why = "mat file " + path + ": a variable announces more elements than the file holds";
+      return nullptr;
+    }
   TreeBuilder builder(std::make_shared<MatSource>(path), policy.limits.elements, max_bytes);
   for (std::size_t i = 0; VarPtr info{Mat_VarReadNextInfo(mat.get())}; ++i)
-    builder.AddVariable(*info, i < cut.size() && cut[i]);
+    builder.AddVariable(*info, i < extents.size() && extents[i].cut_short);
   return builder.Finish(mat.get());
 }
 

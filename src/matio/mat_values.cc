@@ -130,7 +130,8 @@ LeafKind Classify(const matvar_t& var, std::string* reason) {
   if (var.class_type == MAT_C_EMPTY || FindNumeric(var.class_type)) return LeafKind::kNumeric;
   if (var.class_type == MAT_C_CELL) {
     std::size_t count = 0;
-    bool all_text = ElementCount(var, &count);
+    // matio indexes the cells without looking at the pointer.
+    bool all_text = ElementCount(var, &count) && (count == 0 || var.data != nullptr);
     for (std::size_t i = 0; all_text && i < count; ++i) {
       const matvar_t* cell = Mat_VarGetCell(const_cast<matvar_t*>(&var), static_cast<int>(i));
       all_text = cell && cell->class_type == MAT_C_CHAR;

@@ -245,6 +245,22 @@ TEST_F(MatReaderFileTest, AnnouncedSizesAreCheckedBeforeReading) {
   EXPECT_EQ(Load(Find(*tree, "v"), &why), std::vector<double>{-999});
   EXPECT_EQ(why, "mat variable v: its size exceeds what the file holds");
 
+  // A cell array announcing that many cells is refused before matio reads it.
+  const std::string cells = (dir_ / "cells.mat").string();
+  {
+    MatWriter w(cells, MAT_FT_MAT5, MAT_COMPRESSION_NONE);
+    size_t dims[2] = {1, 1};
+    matvar_t* c = Mat_VarCreate("c", MAT_C_CELL, MAT_T_CELL, 2, dims, nullptr, 0);
+    Mat_VarSetCell(c, 0, Text(nullptr, "a"));
+    w.Add(c);
+  }
+  bytes = qt::ReadFile(cells);
+  ASSERT_EQ(bytes.substr(160, 8), std::string("\1\0\0\0\1\0\0\0", 8));
+  bytes.replace(160, 8, std::string("\xff\xff\xff\x7f\xff\xff\xff\x7f", 8));
+  std::ofstream(cells, std::ios::binary) << bytes;
+  EXPECT_FALSE(Open(cells, &why));
+  EXPECT_EQ(why, "mat file " + cells + ": a variable announces more elements than the file holds");
+
   quorvix::Policy two;
   two.limits.elements = 2;
   tree = Open(SmallV5("three.mat"), &why, two);
