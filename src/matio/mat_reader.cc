@@ -129,9 +129,11 @@ class TreeBuilder {
 
   // Adds the variable `info` (headers only) and its fields.
   void AddVariable(const matvar_t& info, bool cut_short) {
+    // A variable without a name cannot be asked for.
+    if (info.name == nullptr || info.name[0] == '\0') return;
     std::vector<Found> found;
     unsigned long long bytes = 0;
-    Walk(info, info.name ? info.name : "", Place{info.name ? info.name : "", {}}, 0, found, bytes);
+    Walk(info, info.name, Place{info.name, {}}, 0, found, bytes);
     // The whole variable is read at once, so its size decides for every field.
     const bool too_large = bytes > max_bytes_;
     for (Found& f : found) {
