@@ -70,6 +70,18 @@ class VectorFileControl {
 
   const std::string& Path() const;
 
+  // What the file holds, for listing it: the reader's format name, the
+  // names at each level (empty for an index that is not there), and a
+  // component's unit and element count (-1 when not known before loading).
+  const std::string& Format() const;
+  std::string GetSubcaseLabel(int subcase) const;
+  std::string GetDataTypeName(int type) const;
+  std::string GetRequestName(int type, int request) const;
+  int GetNumComponents(int type, int request) const;
+  std::string GetComponentName(int type, int request, int component) const;
+  std::string GetComponentUnit(int type, int request, int component) const;
+  long long GetComponentLength(int type, int request, int component) const;
+
  private:
   friend class VectorFile;
   struct Mark {

@@ -2,6 +2,7 @@
 
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <charconv>
 #include <cstdlib>
 #include <list>
@@ -104,10 +105,12 @@ const Component* CachedFile::Find(int subcase, const Address& at) const {
   return ComponentAt(tree_->subcases[subcase], at);
 }
 
-bool CachedFile::IsLoaded(int subcase, const Address& at) const {
+long long CachedFile::Length(int subcase, const Address& at) const {
   const Component* c = Find(subcase, at);
+  if (c == nullptr) return -1;
   std::lock_guard hold(lock_);
-  return c != nullptr && !c->load;
+  if (c->load) return c->length;
+  return static_cast<long long>(std::max(c->values.size(), c->texts.size()));
 }
 
 bool CachedFile::Load(int subcase, const Address& at, std::string* why) {

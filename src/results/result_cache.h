@@ -33,8 +33,9 @@ class CachedFile {
     return mtime_ns == mtime_ns_ && size == size_;
   }
 
-  // True when the component's numbers are at hand (read or loaded).
-  bool IsLoaded(int subcase, const Address& at) const;
+  // The component's element count: once loaded, what it holds; before,
+  // what the reader announced (-1 when unknown, and for no component).
+  long long Length(int subcase, const Address& at) const;
   // Loads the component's numbers when they are not at hand yet.
   bool Load(int subcase, const Address& at, std::string* why);
   // Copies the component's numbers into `out`, loading them first. False

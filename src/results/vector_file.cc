@@ -187,6 +187,56 @@ std::optional<std::vector<double>> VectorFileControl::Read(int subcase, int type
   return out;
 }
 
+const std::string& VectorFileControl::Format() const { return file_->tree().format; }
+
+std::string VectorFileControl::GetSubcaseLabel(int subcase) const {
+  const auto* s = SubcaseOf(*file_, subcase);
+  return s != nullptr ? s->label : std::string();
+}
+
+std::string VectorFileControl::GetDataTypeName(int type) const {
+  const auto* t = TypeOf(*file_, subcase_, type);
+  return t != nullptr ? t->name : std::string();
+}
+
+std::string VectorFileControl::GetRequestName(int type, int request) const {
+  const auto* t = TypeOf(*file_, subcase_, type);
+  if (t == nullptr || request < 0 || static_cast<std::size_t>(request) >= t->requests.size())
+    return {};
+  return t->requests[request].name;
+}
+
+int VectorFileControl::GetNumComponents(int type, int request) const {
+  const auto* t = TypeOf(*file_, subcase_, type);
+  if (t == nullptr || request < 0 || static_cast<std::size_t>(request) >= t->requests.size())
+    return 0;
+  return static_cast<int>(t->requests[request].components.size());
+}
+
+namespace {
+
+const quorvix::results::Component* ComponentOf(const CachedFile& file, int subcase, int type,
+                                               int request, int component) {
+  const auto* s = SubcaseOf(file, subcase);
+  return s != nullptr ? quorvix::results::ComponentAt(*s, {type, request, component}) : nullptr;
+}
+
+}  // namespace
+
+std::string VectorFileControl::GetComponentName(int type, int request, int component) const {
+  const auto* c = ComponentOf(*file_, subcase_, type, request, component);
+  return c != nullptr ? c->name : std::string();
+}
+
+std::string VectorFileControl::GetComponentUnit(int type, int request, int component) const {
+  const auto* c = ComponentOf(*file_, subcase_, type, request, component);
+  return c != nullptr ? c->unit : std::string();
+}
+
+long long VectorFileControl::GetComponentLength(int type, int request, int component) const {
+  return file_->Length(subcase_, {type, request, component});
+}
+
 std::optional<std::vector<double>> VectorFile::GetVector(const std::string& path, const char* type,
                                                          const char* request,
                                                          const char* component) {
