@@ -324,7 +324,8 @@ class Parser {
 
     auto tree = std::make_unique<ResultTree>();
     tree->format = FormatName(sep_);
-    Request request{"data", {}};
+    Request request;
+    request.name = "data";
     request.components.resize(ncols);
     for (std::size_t c = 0; c < ncols; ++c) {
       Component& comp = request.components[c];
@@ -333,7 +334,12 @@ class Parser {
       comp.length = static_cast<long long>(columns_[c].size());
       comp.values = std::move(columns_[c]);
     }
-    tree->subcases.push_back({"1", {{"columns", {std::move(request)}}}});
+    // Built by moves: a braced list would copy every column.
+    Subcase& subcase = tree->subcases.emplace_back();
+    subcase.label = "1";
+    DataType& type = subcase.types.emplace_back();
+    type.name = "columns";
+    type.requests.push_back(std::move(request));
     return tree;
   }
 
@@ -403,9 +409,9 @@ bool SniffDelimited(const std::string&, const std::string& head) { return LooksD
 
 std::unique_ptr<ResultTree> OpenDelimited(const std::string& path, const Policy& policy,
                                           std::string* why) {
-  std::string text;
-  if (!ReadFileBytes(path, policy, text, why)) return nullptr;
-  return ParseDelimited(text, path, policy.limits.elements, why);
+  MappedFile file;
+  if (!file.Open(path, policy, why)) return nullptr;
+  return ParseDelimited(file.bytes(), path, policy.limits.elements, why);
 }
 
 }  // namespace
