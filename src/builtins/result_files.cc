@@ -308,7 +308,7 @@ symtab* CurVal(sym_list* list) {
 //   usage, synopsis, example.
 constexpr BuiltinEntry kResultFileBuiltins[] = {
     {"curval", CurVal, 2, kNoCallFlags, nullptr,
-     "curval(t, y)", "y at the current time (the variable curtime), interpolated in t", "curval({0, 1}, {0, 10})"},
+     "curval(t, y)", "y at the current time (the variable curtime), interpolated in t", "curval({0, 1}, {0, 10 * numpts(curtime = 0.5)})"},
     {"getval2", GetVal2, 3, kNoCallFlags, nullptr,
      "getval2(x, y, v)", "y where x first reaches v, interpolated", "getval2({0, 10, 20}, {5, 6, 8}, 15)"},
     {"getvalue", GetValue, 3, kReadsFiles, nullptr,

@@ -297,7 +297,7 @@ class Parser {
         bool all_text = fields_.size() == ncols &&
                         std::none_of(fields_.begin(), fields_.end(), [](const Field& f) {
                           double x;
-                          return ParseNumber(f.text, x);
+                          return ParseNumber(f.text, x) || LooksDecimalComma(f.text);
                         });
         bool any = std::any_of(fields_.begin(), fields_.end(),
                                [](const Field& f) { return !f.text.empty(); });
