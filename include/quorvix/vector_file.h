@@ -58,7 +58,7 @@ class VectorFileControl {
   const ValuePair* qdfGetNextValuePair(const ValuePair* pair);
 
   // Marks the component at the indices for loading; with `all`, every
-  // component of the subcase.
+  // component of the file.
   void SetMark(int type, int request, int component, bool all);
   // Loads the marked components and clears the marks; false when a load
   // failed.

@@ -160,17 +160,21 @@ void VectorFileControl::SetMark(int type, int request, int component, bool all) 
 
 bool VectorFileControl::GetData() {
   bool ok = true;
-  const auto* s = SubcaseOf(*file_, subcase_);
+  const auto& subcases = file_->tree().subcases;
   for (const Mark& m : marks_) {
     if (!m.all) {
       ok &= file_->Load(subcase_, {m.type, m.request, m.component}, nullptr);
       continue;
     }
-    for (std::size_t t = 0; s != nullptr && t < s->types.size(); ++t)
-      for (std::size_t r = 0; r < s->types[t].requests.size(); ++r)
-        for (std::size_t c = 0; c < s->types[t].requests[r].components.size(); ++c)
-          ok &= file_->Load(
-              subcase_, {static_cast<int>(t), static_cast<int>(r), static_cast<int>(c)}, nullptr);
+    for (std::size_t s = 0; s < subcases.size(); ++s) {
+      const auto& types = subcases[s].types;
+      for (std::size_t t = 0; t < types.size(); ++t)
+        for (std::size_t r = 0; r < types[t].requests.size(); ++r)
+          for (std::size_t c = 0; c < types[t].requests[r].components.size(); ++c)
+            ok &= file_->Load(static_cast<int>(s),
+                              {static_cast<int>(t), static_cast<int>(r), static_cast<int>(c)},
+                              nullptr);
+    }
   }
   marks_.clear();
   return ok;
