@@ -94,6 +94,17 @@ TEST_F(ResultFiles, BadFilesGiveAMessage) {
   }
 }
 
+TEST_F(ResultFiles, ReadWarnsAboutBadFilesButNotMissingOnes) {
+  qt::MessageLines lines;
+  parser_.policy().messages = &lines;
+  const std::string bad = Write("bad.csv", "a,b\n1\n");
+  EXPECT_EQ(Read((dir_ / "none.csv").string(), "a"), "1");
+  EXPECT_EQ(Read(bad, "a"), "1");
+  EXPECT_EQ(lines.lines,
+            std::vector<std::string>{"ragged row in " + bad + " line 2: 1 fields, expected 2"});
+  parser_.policy().messages = nullptr;
+}
+
 TEST_F(ResultFiles, FormatKnownByContentNotExtension) {
   const std::string tsv = Write("t.csv", "# exported\nt\tv\n[s]\t(V)\n0\t1.5\n1\t-2\n");
   const std::string blanks = Write("w.csv", "% run 3\n  0  1e3\n  1  +2\n");
