@@ -11,6 +11,7 @@
 
 #include "builtins/builtin_support.h"
 #include "builtins/builtin_table.h"
+#include "builtins/spectral_support.h"
 #include "quorvix/math_parser.h"
 #include "quorvix/vector_file.h"
 #include "results/result_cache.h"
@@ -24,6 +25,7 @@ using builtins::ArgumentMustBe;
 using builtins::FirstString;
 using builtins::HasString;
 using builtins::MustBe;
+using builtins::OwnedRecord;
 using builtins::Report;
 
 constexpr char kReadFilename[] = "Filename string expected for READ function";
@@ -52,11 +54,6 @@ constexpr char kValueFoundOutOfRange[] = "Value found out of range";
 constexpr char kNoTime[] = "No time is available";
 // The variable curval reads the current time from.
 constexpr char kCurrentTime[] = "curtime";
-
-struct RecordDeleter {
-  void operator()(symtab* v) const { v->Delete(); }
-};
-using OwnedRecord = std::unique_ptr<symtab, RecordDeleter>;
 
 // A number: kind 1, or an array of one element.
 bool IsScalarArg(const symtab& v) { return v.IsScalar() != 0; }

@@ -254,7 +254,7 @@ bool ParseRowFast(const Line& line, char sep, double* out, std::size_t n) {
   if (sep == kSingleColumn) n = 1;
   for (std::size_t i = 0; i < n; ++i) {
     while (p < e && IsBlank(*p)) ++p;
-    if (p < e && *p == '+') ++p;
+    if (e - p > 1 && *p == '+' && p[1] != '-' && p[1] != '+') ++p;
     auto [ptr, ec] = std::from_chars(p, e, out[i]);
     if (ec != std::errc() || ptr == p) return false;
     p = ptr;

@@ -77,6 +77,7 @@ TEST_F(ResultFiles, BadFilesGiveAMessage) {
       {std::string("\x01\x00\x02", 3), "unknown result file format: @"},
       {"a,b\n1,2\n3\n", "ragged row in @ line 3: 1 fields, expected 2"},
       {"a,b\n1,2\n3,x\n", "non-numeric cell \"x\" in @ line 3 column 2"},
+      {"a\n1\n+-1\n", "non-numeric cell \"+-1\" in @ line 3 column 1"},
       {"a;b\n1;2\n1,5;2\n", "decimal comma in @ line 3: not supported"},
       {"a b\n1,5 2,5\n", "decimal comma in @ line 2: not supported"},
       {"a,b\n\"1,2\n", "unterminated quote in @ line 2"},
