@@ -35,12 +35,12 @@ install_peers() {
     "${sudo[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install -y -q --no-install-recommends \
       "${missing[@]}"; } >/dev/null 2>&1 || echo "could not install ${missing[*]}; their columns are skipped"
 }
-command -v dpkg-query >/dev/null && install_peers python3-numpy python3-scipy libfftw3-dev
+command -v dpkg-query >/dev/null && install_peers python3-numpy python3-scipy python3-pandas libfftw3-dev
 
 cmake -S "$root" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=Release -DQUORVIX_BENCH=ON \
   >"$build.configure.log" 2>&1 || { cat "$build.configure.log"; exit 1; }
 rm -f "$build.configure.log"
-targets=(quorvix_compare quorvix_deck quorvix_doe_bench)
+targets=(quorvix_compare quorvix_deck quorvix_doe_bench quorvix_results_bench)
 [[ $micro == 1 ]] && targets+=(quorvix_micro_bench)
 cmake --build "$build" -j2 --target "${targets[@]}"
 
@@ -64,6 +64,9 @@ echo
 
 echo
 "$build/bench/quorvix_doe_bench"
+
+echo
+"$build/bench/quorvix_results_bench" --python "${python:-python3}"
 
 if [[ $micro == 1 ]]; then
   echo

@@ -27,6 +27,7 @@ PUBLIC = {
     "symtab.h": "values",
     "math_parser.h": "expression",
     "reader_lists.h": "results",
+    "vector_file.h": "results",
     "extension.h": "expression",
     "user_function.h": "template",
     "filler.h": "template",
