@@ -67,8 +67,8 @@ double TimeOurs(const std::string& path, const std::string& name, int runs, doub
     values.shrink_to_fit();
     const auto t0 = std::chrono::steady_clock::now();
     values = ReadOnce(path, name);
-    best = std::min(best, std::chrono::duration<double>(std::chrono::steady_clock::now() - t0)
-                              .count());
+    best = std::min(best,
+                    std::chrono::duration<double>(std::chrono::steady_clock::now() - t0).count());
   }
   *sum = values.empty() ? std::numeric_limits<double>::quiet_NaN()
                         : std::accumulate(values.begin(), values.end(), 0.0);
