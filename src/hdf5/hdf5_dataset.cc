@@ -226,6 +226,9 @@ results::DataType DescribeDataset(const std::shared_ptr<SharedFile>& file, hid_t
 
   if (cls == H5T_STRING) {
     if (columns > 0) return refuse("2-D text cannot be read");
+    // Text is read when the file is opened, so its size is bounded apart.
+    if (rows > kMaxTexts)
+      return refuse(std::to_string(rows) + " strings, more than " + std::to_string(kMaxTexts));
     Component& c = request.components.emplace_back();
     c.name = request.name;
     auto read = [&](hid_t memory, void* buffer) {

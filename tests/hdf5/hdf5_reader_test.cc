@@ -97,6 +97,13 @@ class Hdf5ReaderTest : public TempDirTest {
     hid_t space = H5Screate_simple(1, huge, nullptr);
     H5Dclose(H5Dcreate2(g, "huge", H5T_IEEE_F64LE, space, H5P_DEFAULT, chunked, H5P_DEFAULT));
     H5Sclose(space);
+    const hid_t many_texts = H5Tcopy(H5T_C_S1);
+    H5Tset_size(many_texts, H5T_VARIABLE);
+    const hsize_t many[1] = {2'000'000};
+    space = H5Screate_simple(1, many, nullptr);
+    H5Dclose(H5Dcreate2(g, "texts", many_texts, space, H5P_DEFAULT, chunked, H5P_DEFAULT));
+    H5Sclose(space);
+    H5Tclose(many_texts);
     H5Pset_chunk(chunked, 2, chunk);
     space = H5Screate_simple(2, wide, nullptr);
     H5Dclose(H5Dcreate2(g, "wide", H5T_IEEE_F64LE, space, H5P_DEFAULT, chunked, H5P_DEFAULT));
@@ -127,12 +134,17 @@ TEST_F(Hdf5ReaderTest, EveryDatasetIsATypeNamedByItsPath) {
     shapes.push_back(shape);
   }
   // Links other than hard ones are not followed.
-  EXPECT_EQ(types, (std::vector<std::string>{"/g/cmp", "/g/cube", "/g/huge", "/g/i", "/g/m",
-                                             "/g/names", "/g/pads", "/g/row", "/g/wide", "/t"}));
+  EXPECT_EQ(types,
+            (std::vector<std::string>{"/g/cmp", "/g/cube", "/g/huge", "/g/i", "/g/m", "/g/names",
+                                      "/g/pads", "/g/row", "/g/texts", "/g/wide", "/t"}));
   EXPECT_EQ(shapes[3], "i: i=3mm");
   EXPECT_EQ(shapes[4], "m: 1=3 2=3");
   EXPECT_EQ(shapes[7], "row: row=4");
-  EXPECT_EQ(shapes[9], "t: t=5s");
+  EXPECT_EQ(shapes[10], "t: t=5s");
+  // Text is read at opening, so its count has a bound of its own.
+  std::vector<double> out;
+  EXPECT_EQ(Load(tree->subcases[0].types[8].requests[0].components[0], out),
+            "hdf5 dataset /g/texts: 2000000 strings, more than 1000000");
 }
 
 TEST_F(Hdf5ReaderTest, NumbersAreReadWhenAskedForAsDoubles) {
@@ -145,7 +157,7 @@ TEST_F(Hdf5ReaderTest, NumbersAreReadWhenAskedForAsDoubles) {
     EXPECT_EQ(why, "");
     return out;
   };
-  EXPECT_EQ(values(9, 0), (std::vector<double>{0, 0.5, 1, 1.5, 2}));
+  EXPECT_EQ(values(10, 0), (std::vector<double>{0, 0.5, 1, 1.5, 2}));
   EXPECT_EQ(values(3, 0), (std::vector<double>{1, -2, 3}));
   // A table: one component per column.
   EXPECT_EQ(values(4, 0), (std::vector<double>{1, 3, 5}));
@@ -168,8 +180,8 @@ TEST_F(Hdf5ReaderTest, DataWeDoNotReadAreListedAndRefused) {
   EXPECT_EQ(refusal(0), "hdf5 dataset /g/cmp: compound data cannot be read");
   EXPECT_EQ(refusal(1), "hdf5 dataset /g/cube: 3-D data cannot be read");
   EXPECT_EQ(refusal(2), "hdf5 dataset /g/huge: more elements than the limit of 4");
-  EXPECT_EQ(refusal(8), "hdf5 dataset /g/wide: 20000 columns, more than 10000");
-  EXPECT_EQ(refusal(9), "hdf5 dataset /t: more elements than the limit of 4");
+  EXPECT_EQ(refusal(9), "hdf5 dataset /g/wide: 20000 columns, more than 10000");
+  EXPECT_EQ(refusal(10), "hdf5 dataset /t: more elements than the limit of 4");
   EXPECT_EQ(refusal(7), "");
 }
 
