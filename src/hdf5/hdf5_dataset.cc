@@ -5,6 +5,7 @@
 
 #include <array>
 #include <cstdint>
+#include <cstdlib>
 #include <cstring>
 #include <utility>
 #include <vector>
@@ -101,11 +102,18 @@ bool LoadNumbers(const SharedFile& file, const std::string& path, long long rows
   return ok;
 }
 
+// The library's allocator for variable-length strings, refusing more than
+// the cap at `info`.
+void* CappedAlloc(std::size_t size, void* info) {
+  return size > *static_cast<const std::size_t*>(info) ? nullptr : std::malloc(size);
+}
+void FreeVlen(void* p, void*) { std::free(p); }
+
 // Reads every string of a string dataset or attribute (`read` does the
 // library call into the buffer with the memory type it is given).
 template <typename ReadFn>
 bool ReadStrings(hid_t type, long long count, const ReadLimits& limits, ReadFn read,
-                 std::vector<std::string>& out) {
+                 std::vector<std::string>& out, hid_t transfer = H5P_DEFAULT) {
   Handle memory(H5Tcopy(H5T_C_S1), H5Tclose);
   if (!memory.valid() || H5Tset_cset(memory.get(), H5Tget_cset(type)) < 0) return false;
   const auto n = static_cast<std::size_t>(count);
@@ -124,7 +132,7 @@ bool ReadStrings(hid_t type, long long count, const ReadLimits& limits, ReadFn r
     const hsize_t length = n;
     Handle space(H5Screate_simple(1, &length, nullptr), H5Sclose);
     // Gives the library's strings back even when they were too long for us.
-    H5Dvlen_reclaim(memory.get(), space.get(), H5P_DEFAULT, texts.data());
+    H5Dvlen_reclaim(memory.get(), space.get(), transfer, texts.data());
     return fits;
   }
   const std::size_t size = H5Tget_size(type);
@@ -231,10 +239,16 @@ results::DataType DescribeDataset(const std::shared_ptr<SharedFile>& file, hid_t
       return refuse(std::to_string(rows) + " strings, more than " + std::to_string(kMaxTexts));
     Component& c = request.components.emplace_back();
     c.name = request.name;
+    // A corrupt length must not make the library allocate without bound.
+    std::size_t cap = limits.string_bytes;
+    Handle transfer(H5Pcreate(H5P_DATASET_XFER), H5Pclose);
+    if (!transfer.valid() ||
+        H5Pset_vlen_mem_manager(transfer.get(), CappedAlloc, &cap, FreeVlen, nullptr) < 0)
+      return refuse("cannot be described");
     auto read = [&](hid_t memory, void* buffer) {
-      return H5Dread(dataset, memory, H5S_ALL, H5S_ALL, H5P_DEFAULT, buffer);
+      return H5Dread(dataset, memory, H5S_ALL, H5S_ALL, transfer.get(), buffer);
     };
-    if (!ReadStrings(type.get(), rows, limits, read, c.texts)) {
+    if (!ReadStrings(type.get(), rows, limits, read, c.texts, transfer.get())) {
       request.components.clear();
       return refuse("the text cannot be read");
     }
