@@ -227,6 +227,18 @@ results::DataType DescribeDataset(const std::shared_ptr<SharedFile>& file, hid_t
   if (limits.restricted &&
       (H5Pget_external_count(create.get()) > 0 || H5Pget_layout(create.get()) == H5D_VIRTUAL))
     return refuse("data kept in other files are not read in restricted mode");
+  // Sizes from a corrupt file would have the library allocate without bound.
+  const std::size_t element_bytes = H5Tget_size(type.get());
+  if (numeric && (element_bytes == 0 || element_bytes > 16))
+    return refuse("numbers of " + std::to_string(element_bytes) + " bytes cannot be read");
+  if (H5Pget_layout(create.get()) == H5D_CHUNKED) {
+    hsize_t chunk[H5S_MAX_RANK] = {};
+    const int chunk_rank = H5Pget_chunk(create.get(), H5S_MAX_RANK, chunk);
+    long double chunk_bytes = static_cast<long double>(element_bytes);
+    for (int i = 0; i < chunk_rank; ++i) chunk_bytes *= static_cast<long double>(chunk[i]);
+    if (chunk_rank < 0 || chunk_bytes > static_cast<long double>(kMaxChunkBytes))
+      return refuse("chunks of more than " + std::to_string(kMaxChunkBytes) + " bytes");
+  }
   if (columns > kMaxColumns)
     return refuse(std::to_string(columns) + " columns, more than " + std::to_string(kMaxColumns));
   if (rows > limits.elements || (columns > 0 && rows > limits.elements / columns))

@@ -38,6 +38,8 @@ struct ReadLimits {
 // A 2-D dataset with more columns than this is refused rather than listed
 // column by column (a corrupt shape must not build a huge tree).
 inline constexpr long long kMaxColumns = 10000;
+// Bytes of one chunk, which the library reads whole.
+inline constexpr std::size_t kMaxChunkBytes = std::size_t{256} << 20;
 // Strings in one text dataset, which is read whole when the file is opened.
 inline constexpr long long kMaxTexts = 1'000'000;
 

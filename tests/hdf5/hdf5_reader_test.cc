@@ -108,6 +108,11 @@ class Hdf5ReaderTest : public TempDirTest {
     space = H5Screate_simple(2, wide, nullptr);
     H5Dclose(H5Dcreate2(g, "wide", H5T_IEEE_F64LE, space, H5P_DEFAULT, chunked, H5P_DEFAULT));
     H5Sclose(space);
+    const hsize_t big_chunk[1] = {100'000'000}, big[1] = {1'000'000'000};
+    H5Pset_chunk(chunked, 1, big_chunk);
+    space = H5Screate_simple(1, big, nullptr);
+    H5Dclose(H5Dcreate2(f, "u", H5T_IEEE_F64LE, space, H5P_DEFAULT, chunked, H5P_DEFAULT));
+    H5Sclose(space);
     H5Pclose(chunked);
     H5Lcreate_soft("/t", g, "soft", H5P_DEFAULT, H5P_DEFAULT);
     H5Lcreate_external("other.h5", "/x", f, "ext", H5P_DEFAULT, H5P_DEFAULT);
@@ -136,7 +141,7 @@ TEST_F(Hdf5ReaderTest, EveryDatasetIsATypeNamedByItsPath) {
   // Links other than hard ones are not followed.
   EXPECT_EQ(types,
             (std::vector<std::string>{"/g/cmp", "/g/cube", "/g/huge", "/g/i", "/g/m", "/g/names",
-                                      "/g/pads", "/g/row", "/g/texts", "/g/wide", "/t"}));
+                                      "/g/pads", "/g/row", "/g/texts", "/g/wide", "/t", "/u"}));
   EXPECT_EQ(shapes[3], "i: i=3mm");
   EXPECT_EQ(shapes[4], "m: 1=3 2=3");
   EXPECT_EQ(shapes[7], "row: row=4");
@@ -182,6 +187,7 @@ TEST_F(Hdf5ReaderTest, DataWeDoNotReadAreListedAndRefused) {
   EXPECT_EQ(refusal(2), "hdf5 dataset /g/huge: more elements than the limit of 4");
   EXPECT_EQ(refusal(9), "hdf5 dataset /g/wide: 20000 columns, more than 10000");
   EXPECT_EQ(refusal(10), "hdf5 dataset /t: more elements than the limit of 4");
+  EXPECT_EQ(refusal(11), "hdf5 dataset /u: chunks of more than 268435456 bytes");
   EXPECT_EQ(refusal(7), "");
 }
 
