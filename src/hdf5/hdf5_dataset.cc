@@ -249,14 +249,14 @@ results::DataType DescribeDataset(const std::shared_ptr<SharedFile>& file, hid_t
     // Text is read when the file is opened, so its size is bounded apart.
     if (rows > kMaxTexts)
       return refuse(std::to_string(rows) + " strings, more than " + std::to_string(kMaxTexts));
-    Component& c = request.components.emplace_back();
-    c.name = request.name;
     // A corrupt length must not make the library allocate without bound.
     std::size_t cap = limits.string_bytes;
     Handle transfer(H5Pcreate(H5P_DATASET_XFER), H5Pclose);
     if (!transfer.valid() ||
         H5Pset_vlen_mem_manager(transfer.get(), CappedAlloc, &cap, FreeVlen, nullptr) < 0)
       return refuse("cannot be described");
+    Component& c = request.components.emplace_back();
+    c.name = request.name;
     auto read = [&](hid_t memory, void* buffer) {
       return H5Dread(dataset, memory, H5S_ALL, H5S_ALL, transfer.get(), buffer);
     };

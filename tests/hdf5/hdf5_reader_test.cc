@@ -33,6 +33,17 @@ void Put(hid_t loc, const char* name, hid_t file_type, hid_t memory_type,
   H5Sclose(space);
 }
 
+// A chunked dataset with nothing written: its size costs no room.
+void Unwritten(hid_t loc, const char* name, hid_t type, const std::vector<hsize_t>& dims,
+               const std::vector<hsize_t>& chunk) {
+  const hid_t create = H5Pcreate(H5P_DATASET_CREATE);
+  H5Pset_chunk(create, static_cast<int>(chunk.size()), chunk.data());
+  const hid_t space = H5Screate_simple(static_cast<int>(dims.size()), dims.data(), nullptr);
+  H5Dclose(H5Dcreate2(loc, name, type, space, H5P_DEFAULT, create, H5P_DEFAULT));
+  H5Sclose(space);
+  H5Pclose(create);
+}
+
 // A string attribute, variable-length or of fixed size.
 void PutText(hid_t loc, const char* obj, const char* name, const char* text, bool variable) {
   const hid_t type = H5Tcopy(H5T_C_S1);
@@ -91,29 +102,13 @@ class Hdf5ReaderTest : public TempDirTest {
     Put(g, "pads", fstr, fstr, {2}, "ab  xyzw");
     H5Tclose(fstr);
     // Huge announced sizes that take no room: chunked and never written.
-    const hid_t chunked = H5Pcreate(H5P_DATASET_CREATE);
-    const hsize_t chunk[2] = {1, 1}, huge[1] = {1'000'000'000'000ULL}, wide[2] = {2, 20000};
-    H5Pset_chunk(chunked, 1, chunk);
-    hid_t space = H5Screate_simple(1, huge, nullptr);
-    H5Dclose(H5Dcreate2(g, "huge", H5T_IEEE_F64LE, space, H5P_DEFAULT, chunked, H5P_DEFAULT));
-    H5Sclose(space);
-    const hid_t many_texts = H5Tcopy(H5T_C_S1);
-    H5Tset_size(many_texts, H5T_VARIABLE);
-    const hsize_t many[1] = {2'000'000};
-    space = H5Screate_simple(1, many, nullptr);
-    H5Dclose(H5Dcreate2(g, "texts", many_texts, space, H5P_DEFAULT, chunked, H5P_DEFAULT));
-    H5Sclose(space);
-    H5Tclose(many_texts);
-    H5Pset_chunk(chunked, 2, chunk);
-    space = H5Screate_simple(2, wide, nullptr);
-    H5Dclose(H5Dcreate2(g, "wide", H5T_IEEE_F64LE, space, H5P_DEFAULT, chunked, H5P_DEFAULT));
-    H5Sclose(space);
-    const hsize_t big_chunk[1] = {100'000'000}, big[1] = {1'000'000'000};
-    H5Pset_chunk(chunked, 1, big_chunk);
-    space = H5Screate_simple(1, big, nullptr);
-    H5Dclose(H5Dcreate2(f, "u", H5T_IEEE_F64LE, space, H5P_DEFAULT, chunked, H5P_DEFAULT));
-    H5Sclose(space);
-    H5Pclose(chunked);
+    const hid_t vstr_type = H5Tcopy(H5T_C_S1);
+    H5Tset_size(vstr_type, H5T_VARIABLE);
+    Unwritten(g, "huge", H5T_IEEE_F64LE, {1'000'000'000'000ULL}, {1});
+    Unwritten(g, "texts", vstr_type, {2'000'000}, {1});
+    Unwritten(g, "wide", H5T_IEEE_F64LE, {2, 20000}, {1, 1});
+    Unwritten(f, "u", H5T_IEEE_F64LE, {1'000'000'000}, {100'000'000});
+    H5Tclose(vstr_type);
     H5Lcreate_soft("/t", g, "soft", H5P_DEFAULT, H5P_DEFAULT);
     H5Lcreate_external("other.h5", "/x", f, "ext", H5P_DEFAULT, H5P_DEFAULT);
     H5Gclose(g);
