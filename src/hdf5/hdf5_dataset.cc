@@ -152,7 +152,9 @@ bool ReadStrings(hid_t type, long long count, const ReadLimits& limits, ReadFn r
 }
 
 // The unit a dataset gives in a string attribute "unit" or "units"; empty
-// when it gives none.
+// when it gives none. Attribute reads take no transfer list, so the cap on
+// variable-length text does not apply here; HDF5 1.10 also trusts the sizes
+// in a file's global heap, which a corrupt file can still crash it with.
 std::string UnitOf(hid_t dataset, const ReadLimits& limits) {
   for (const char* name : {"unit", "units"}) {
     if (H5Aexists(dataset, name) <= 0) continue;
