@@ -14,6 +14,8 @@ import sys
 
 # Lowest first. A layer may include itself and everything before it.
 LAYERS = ["util", "numerics", "values", "parser", "expression", "results", "builtins", "template", "tcl"]
+# The HDF5 result reader: an optional module on top.
+LAYERS.append("hdf5")
 
 # The layer each public header belongs to.
 PUBLIC = {
