@@ -27,6 +27,7 @@ PUBLIC = {
     "symtab.h": "values",
     "math_parser.h": "expression",
     "reader_lists.h": "results",
+    "reader_plugin.h": "results",
     "extension.h": "expression",
     "user_function.h": "template",
     "filler.h": "template",
