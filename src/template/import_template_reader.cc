@@ -12,6 +12,7 @@
 #include "results/delimited_text.h"
 #include "results/registered_match.h"
 #include "results/result_tree.h"
+#include "util/run_budget.h"
 
 namespace quorvix::results {
 namespace {
@@ -53,6 +54,14 @@ std::unique_ptr<ResultTree> Open(const std::string& path, const Policy& policy, 
     return nullptr;
   }
   const std::string& source = templates[at]->Path();
+  // A template that reads a file of its own kind would fill itself again
+  // and again: the nesting of fills bounds it.
+  RunBudget::Nesting depth;
+  if (depth.too_deep(policy.limits.fills)) {
+    *why = "import template " + source + " nested too deeply (limit " +
+           std::to_string(policy.limits.fills) + ")";
+    return nullptr;
+  }
   Filler filler;
   MathParser& parser = *filler.GetMathParser();
   parser.SetPolicy(std::make_shared<Policy>(policy));
