@@ -7,6 +7,8 @@
 #include <cstdlib>
 #include <vector>
 
+#include "quorvix/math_parser.h"
+
 namespace quorvix::results {
 namespace {
 
@@ -53,6 +55,10 @@ std::unique_ptr<ResultTree> ParseDelimitedText(std::string_view text, const std:
   std::vector<std::vector<double>> columns;
   char sep = 0;
   long long line_number = 0;
+  long long cells = 0;
+  const MathParser* parser = MathParser::current_parser;
+  const long long max_cells =
+      parser != nullptr ? parser->policy().limits.elements : Limits{}.elements;
   bool first = true;
   while (!text.empty()) {
     const std::size_t end = text.find('\n');
@@ -86,6 +92,11 @@ std::unique_ptr<ResultTree> ParseDelimitedText(std::string_view text, const std:
     }
     if (!numeric) {
       *why = name + ": non-numeric cell in line " + std::to_string(line_number);
+      return nullptr;
+    }
+    cells += static_cast<long long>(row.size());
+    if (cells > max_cells) {
+      *why = name + ": more than " + std::to_string(max_cells) + " values";
       return nullptr;
     }
     for (std::size_t i = 0; i < row.size(); ++i) columns[i].push_back(row[i]);

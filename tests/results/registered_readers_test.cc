@@ -106,6 +106,19 @@ TEST_F(RegisteredReaders, ExternalProgramFailures) {
     EXPECT_EQ(why, "external reader " + program + c.message);
   }
   std::string why;
+  {
+    // The parser reading the file bounds what a reader may hand back.
+    MathParser parser;
+    parser.policy().limits.elements = 3;
+    MathParser* const saved = MathParser::current_parser;
+    MathParser::current_parser = &parser;
+    VectorFileList::ClearExternalReaders();
+    const std::string big = Script("big.sh", "echo 1,2; echo 3,4");
+    VectorFileList::AddExternalReader(big, "", "ext", true);
+    EXPECT_EQ(Open("external reader", data, &why), nullptr);
+    EXPECT_EQ(why, "external reader " + big + ": more than 3 values");
+    MathParser::current_parser = saved;
+  }
   SetProcessTimeout(0.3);
   VectorFileList::ClearExternalReaders();
   const std::string slow = Script("slow.sh", "exec sleep 5");
