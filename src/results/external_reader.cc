@@ -10,7 +10,6 @@
 #include <string>
 
 #include "quorvix/reader_lists.h"
-#include "results/delimited_text.h"
 #include "results/registered_match.h"
 #include "results/result_tree.h"
 #include "util/child_process.h"
@@ -126,11 +125,8 @@ std::unique_ptr<ResultTree> Open(const std::string& path, const Policy& policy, 
   const std::string& program = programs[at];
   std::string out;
   if (!RunReader(program, path, policy, out, why)) return nullptr;
-  std::unique_ptr<ResultTree> tree = ParseDelimitedText(out, "external reader " + program, why);
-  if (tree != nullptr)
-    tree->format =
-        static_cast<std::size_t>(at) < types.size() && !types[at].empty() ? types[at] : "external";
-  return tree;
+  const std::string type = static_cast<std::size_t>(at) < types.size() ? types[at] : "";
+  return TreeOfOutput(out, "external reader " + program, type, "external", why);
 }
 
 const bool g_registered =

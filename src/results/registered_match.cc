@@ -3,6 +3,7 @@
 #include <cctype>
 #include <cstdio>
 
+#include "results/delimited_text.h"
 #include "results/result_tree.h"
 
 namespace quorvix::results {
@@ -48,6 +49,14 @@ bool ReadHead(const std::string& path, const Policy& policy, std::string& head, 
   head.resize(std::fread(head.data(), 1, head.size(), f));
   std::fclose(f);
   return true;
+}
+
+std::unique_ptr<ResultTree> TreeOfOutput(std::string_view text, const std::string& what,
+                                         const std::string& type, const char* fallback,
+                                         std::string* why) {
+  std::unique_ptr<ResultTree> tree = ParseDelimitedText(text, what, why);
+  if (tree != nullptr) tree->format = type.empty() ? fallback : type;
+  return tree;
 }
 
 }  // namespace quorvix::results

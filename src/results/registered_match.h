@@ -3,11 +3,13 @@
 #ifndef QUORVIX_RESULTS_REGISTERED_MATCH_H
 #define QUORVIX_RESULTS_REGISTERED_MATCH_H
 
+#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "quorvix/policy.h"
+#include "results/result_tree.h"
 
 namespace quorvix::results {
 
@@ -29,6 +31,13 @@ int FirstTaker(const std::string& path, const std::string& head,
 // The first bytes of the file (up to 4 KiB), read through `policy`. False
 // with `why` set when it does not open.
 bool ReadHead(const std::string& path, const Policy& policy, std::string& head, std::string* why);
+
+// The tree of the delimited text a registered reader wrote (`what` names
+// the reader in messages); its format is the registered `type`, or
+// `fallback` when none was given.
+std::unique_ptr<ResultTree> TreeOfOutput(std::string_view text, const std::string& what,
+                                         const std::string& type, const char* fallback,
+                                         std::string* why);
 
 }  // namespace quorvix::results
 

@@ -9,7 +9,6 @@
 #include "builtins/private_run.h"
 #include "quorvix/filler.h"
 #include "quorvix/reader_lists.h"
-#include "results/delimited_text.h"
 #include "results/registered_match.h"
 #include "results/result_tree.h"
 #include "util/run_budget.h"
@@ -86,12 +85,8 @@ std::unique_ptr<ResultTree> Open(const std::string& path, const Policy& policy, 
     *why = what + " cannot be read";
     return nullptr;
   }
-  std::unique_ptr<ResultTree> tree = ParseDelimitedText(out.get(), what, why);
-  if (tree != nullptr)
-    tree->format = static_cast<std::size_t>(at) < types.size() && !types[at].empty()
-                       ? types[at]
-                       : "import template";
-  return tree;
+  const std::string type = static_cast<std::size_t>(at) < types.size() ? types[at] : "";
+  return TreeOfOutput(out.get(), what, type, "import template", why);
 }
 
 const bool g_registered =
