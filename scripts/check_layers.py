@@ -30,6 +30,7 @@ PUBLIC = {
     "math_parser.h": "expression",
     "reader_lists.h": "results",
     "vector_file.h": "results",
+    "reader_plugin.h": "results",
     "extension.h": "expression",
     "user_function.h": "template",
     "filler.h": "template",
