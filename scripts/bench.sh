@@ -35,13 +35,18 @@ install_peers() {
     "${sudo[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install -y -q --no-install-recommends \
       "${missing[@]}"; } >/dev/null 2>&1 || echo "could not install ${missing[*]}; their columns are skipped"
 }
-command -v dpkg-query >/dev/null && install_peers python3-numpy python3-scipy libfftw3-dev
+command -v dpkg-query >/dev/null && install_peers python3-numpy python3-scipy python3-pandas libfftw3-dev
+command -v dpkg-query >/dev/null && install_peers python3-h5py
 
 cmake -S "$root" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=Release -DQUORVIX_BENCH=ON \
   >"$build.configure.log" 2>&1 || { cat "$build.configure.log"; exit 1; }
 rm -f "$build.configure.log"
-targets=(quorvix_compare quorvix_deck quorvix_doe_bench)
+targets=(quorvix_compare quorvix_deck quorvix_doe_bench quorvix_results_bench)
 [[ $micro == 1 ]] && targets+=(quorvix_micro_bench)
+# Built only with the HDF5 module.
+hdf5_bench=0
+cmake --build "$build" --target help 2>/dev/null | grep -q quorvix_hdf5_bench && hdf5_bench=1
+[[ $hdf5_bench == 1 ]] && targets+=(quorvix_hdf5_bench)
 cmake --build "$build" -j2 --target "${targets[@]}"
 
 # The first interpreter that has numpy (a pyenv shim may hide the system one).
@@ -64,6 +69,20 @@ echo
 
 echo
 "$build/bench/quorvix_doe_bench"
+
+echo
+"$build/bench/quorvix_results_bench" --python "${python:-python3}"
+
+if [[ $hdf5_bench == 1 ]]; then
+  # The first interpreter that has h5py; without one the bench says so.
+  h5python=""
+  for p in "${QUORVIX_PYTHON:-}" python3 /usr/bin/python3; do
+    [[ -n $p ]] || continue
+    if "$p" -c 'import h5py' >/dev/null 2>&1; then h5python=$p; break; fi
+  done
+  echo
+  "$build/bench/quorvix_hdf5_bench" --python "${h5python:-false}"
+fi
 
 if [[ $micro == 1 ]]; then
   echo

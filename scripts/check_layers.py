@@ -13,7 +13,11 @@ import re
 import sys
 
 # Lowest first. A layer may include itself and everything before it.
-LAYERS = ["util", "numerics", "values", "parser", "expression", "results", "builtins", "template", "tcl", "matio"]
+LAYERS = ["util", "numerics", "values", "parser", "expression", "results", "builtins", "template", "tcl"]
+# The HDF5 result reader: an optional module on top.
+LAYERS.append("hdf5")
+# The MATLAB result reader: an optional module on top.
+LAYERS.append("matio")
 
 # The layer each public header belongs to.
 PUBLIC = {
@@ -27,6 +31,8 @@ PUBLIC = {
     "symtab.h": "values",
     "math_parser.h": "expression",
     "reader_lists.h": "results",
+    "vector_file.h": "results",
+    "reader_plugin.h": "results",
     "extension.h": "expression",
     "user_function.h": "template",
     "filler.h": "template",

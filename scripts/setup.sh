@@ -157,6 +157,8 @@ run_templates() {
     --runs examples/doe/runs.csv --out "$build_dir/study/{run}/plate_{material}.bdf" -j 2 --lf |
     tail -n 2)
   log "wrote the decks under $build_dir/study/"
+  log "quorvix fill examples/results/rig_report.qvx (a report read from a rig's CSV export)"
+  (cd "$ROOT" && "$build_dir/quorvix" fill --lf -I examples/results examples/results/rig_report.qvx)
 }
 
 run_tests() {

@@ -23,8 +23,19 @@ class FileReader {
   std::string path_;
 };
 
+class VectorFileControl;
+
 class VectorFileList {
  public:
+  // Result files (quorvix/vector_file.h). The file `name` names: first
+  // against the working directory, then along the search directories, as
+  // the parser's policy lets it read; empty when it is nowhere.
+  static std::string FindPath(const std::string& name);
+  // The controller of the file at `path` (resolved), whose reads use
+  // `subcase`; null when the file is not there or cannot be read (reported
+  // as a warning, a missing file only outside Importlib::SuspendFileNotFound).
+  static std::shared_ptr<VectorFileControl> Add(int subcase, const std::string& path);
+
   // External reader programs: the three lists run in parallel.
   static std::vector<std::string> external_reader_path();
   static std::vector<std::string> external_reader_type();

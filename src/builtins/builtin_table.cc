@@ -43,6 +43,7 @@ std::vector<BuiltinFamily> AllBuiltinFamilies() {
       ShortTimeBuiltins,
       SegmentBuiltins,
       ExternalBuiltins,
+      ResultFileBuiltins,
   };
   std::vector<BuiltinFamily> all(std::begin(kFamilies), std::end(kFamilies));
   all.insert(all.end(), LaterFamilies().begin(), LaterFamilies().end());

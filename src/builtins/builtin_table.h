@@ -57,6 +57,7 @@ std::span<const BuiltinEntry> AlignmentBuiltins();
 std::span<const BuiltinEntry> ShortTimeBuiltins();
 std::span<const BuiltinEntry> SegmentBuiltins();
 std::span<const BuiltinEntry> ExternalBuiltins();
+std::span<const BuiltinEntry> ResultFileBuiltins();
 
 // Registers every family's rows, with their flags and kernels.
 void RegisterBuiltins();

@@ -57,11 +57,7 @@ symtab* EachString(sym_list* list, int (*run)(Tcl_Interp*, const char*)) {
   for (int i = 0; i < v->num_strings; ++i) {
     run(interp, v->str_list[i] != nullptr ? v->str_list[i] : "");
     // A script cut short by the fill's own time limit ends the fill.
-    if (std::string why; !RunBudget::InTime(&why)) {
-      v->Delete();
-      MathParser::Error(why.c_str());
-      return nullptr;
-    }
+    if (std::string why; !RunBudget::InTime(&why)) return args.Fail(why.c_str());
     ReplaceString(*v, i, Tcl_GetStringResult(interp));
   }
   return args.Release(v);

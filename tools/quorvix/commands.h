@@ -17,6 +17,7 @@ int RunFill(const Args& args);
 int RunFunctions(const Args& args);
 int RunParams(const Args& args);
 int RunDoe(const Args& args);
+int RunInspect(const Args& args);
 
 // Reads the value of --time-limit: seconds, a number >= 0 (0: no limit).
 // False for anything else.

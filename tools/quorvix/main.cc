@@ -40,6 +40,8 @@ constexpr const char* kUsage =
     "parameters,\n"
     "                                   optionally run), writing PATTERN with {run} and {NAME}\n"
     "                                   filled in; N fills at a time; a report line per run\n"
+    "  inspect [--json] FILE            list the subcases, types, requests and components\n"
+    "                                   (with unit and length) of a result file\n"
     "\n"
     "options:\n"
     "  --help      show this text\n"
@@ -56,6 +58,7 @@ constexpr Command kCommands[] = {
     {"functions", quorvix::cli::RunFunctions},
     {"params", quorvix::cli::RunParams},
     {"doe", quorvix::cli::RunDoe},
+    {"inspect", quorvix::cli::RunInspect},
 };
 
 }  // namespace

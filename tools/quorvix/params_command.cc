@@ -6,6 +6,7 @@
 #include "commands.h"
 #include "design_template.h"
 #include "fill_options.h"
+#include "json_text.h"
 #include "quorvix/filler.h"
 
 namespace quorvix::cli {
@@ -20,38 +21,6 @@ std::string OneLine(const std::string& text) {
   for (char& c : out)
     if (c == '\t' || c == '\n' || c == '\r') c = ' ';
   return out;
-}
-
-std::string JsonString(const std::string& text) {
-  std::string out = "\"";
-  for (unsigned char c : text) {
-    switch (c) {
-      case '"':
-        out += "\\\"";
-        break;
-      case '\\':
-        out += "\\\\";
-        break;
-      case '\n':
-        out += "\\n";
-        break;
-      case '\r':
-        out += "\\r";
-        break;
-      case '\t':
-        out += "\\t";
-        break;
-      default:
-        if (c < 0x20) {
-          char escaped[8];
-          std::snprintf(escaped, sizeof escaped, "\\u%04x", c);
-          out += escaped;
-        } else {
-          out += static_cast<char>(c);
-        }
-    }
-  }
-  return out + "\"";
 }
 
 // NAME TYPE NOMINAL LOWER UPPER, or NAME TYPE "LEVEL"..., or NAME alone when
