@@ -282,5 +282,35 @@ TEST_F(MatReaderFileTest, RestrictedModeReadsOnlyInsideTheAllowedDirectories) {
   EXPECT_EQ(Load(Find(*tree, "v")), (std::vector<double>{1, 2, 3}));
 }
 
+// Through the read built-in: a variable by its name, a struct field as s.f,
+// a column by the request and component names, a refused variable as 1.
+class MatThroughRead : public qt::ParserTest {
+ protected:
+  qt::TempDir temp_;
+};
+
+TEST_F(MatThroughRead, VariablesFieldsAndColumns) {
+  const std::string path = (temp_.path() / "e2e.mat").string();
+  {
+    MatWriter w(path, MAT_FT_MAT5, MAT_COMPRESSION_ZLIB);
+    w.Add(Matrix("M", {2, 3}, {1, 4, 2, 5, 3, 6}));
+    size_t one[2] = {1, 1};
+    const char* fields[] = {"f", nullptr};
+    matvar_t* s = Mat_VarCreateStruct2("s", 2, one, fields);
+    Mat_VarSetStructFieldByName(s, "f", 0,
+                                Vector<int32_t>(nullptr, MAT_C_INT32, MAT_T_INT32, {-7, 8}));
+    w.Add(s);
+    double re[] = {1}, im[] = {2};
+    mat_complex_split_t z = {re, im};
+    w.Add(Mat_VarCreate("z", MAT_C_DOUBLE, MAT_T_DOUBLE, 2, one, &z, MAT_F_COMPLEX));
+  }
+  const std::string file = "read(\"" + path + "\", ";
+  EXPECT_EQ(Eval(file + "\"s.f\")"), "-7, 8");
+  EXPECT_EQ(Eval(file + "\"M\")"), "1, 4, 2, 5, 3, 6");
+  EXPECT_EQ(Eval(file + "\"M\", \"data\", \"3\")"), "3, 6");
+  EXPECT_EQ(Eval(file + "0, 0, 2)"), "2, 5");
+  EXPECT_EQ(Eval(file + "\"z\")"), "1");
+}
+
 }  // namespace
 #endif  // QUORVIX_HAVE_MATIO
