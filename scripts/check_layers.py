@@ -16,6 +16,8 @@ import sys
 LAYERS = ["util", "numerics", "values", "parser", "expression", "results", "builtins", "template", "tcl"]
 # The HDF5 result reader: an optional module on top.
 LAYERS.append("hdf5")
+# The MATLAB result reader: an optional module on top.
+LAYERS.append("matio")
 
 # The layer each public header belongs to.
 PUBLIC = {
