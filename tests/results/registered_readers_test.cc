@@ -53,6 +53,16 @@ class RegisteredReaders : public ::TempDirTest {
     ::chmod(path.c_str(), 0755);
     return path;
   }
+  // What read() gives for the expression, through the cache and the ranks
+  // of every reader format, as a template sees it.
+  std::string Read(const std::string& expression) {
+    MathParser parser;
+    symtab* v = parser.Evaluate(expression.c_str());
+    if (v == nullptr) return "error";
+    std::string text = test::Text(*v);
+    v->Delete();
+    return text;
+  }
   // Opens with the named format; the message when it fails.
   std::unique_ptr<ResultTree> Open(const char* format, const std::string& path, std::string* why,
                                    bool restricted = false) {
@@ -74,6 +84,7 @@ TEST_F(RegisteredReaders, ExternalProgramByExtension) {
   EXPECT_EQ(tree->format, "rig");
   EXPECT_EQ(Find(*tree, 0, "t").values, (std::vector<double>{0, 0.5}));
   EXPECT_EQ(Find(*tree, 0, "f").values, (std::vector<double>{10, -20}));
+  EXPECT_EQ(Read("read(\"" + data + "\", \"f\")"), "10, -20");
 }
 
 TEST_F(RegisteredReaders, ExternalWithoutExtensionTakesWhatNothingElseKnows) {
@@ -152,6 +163,7 @@ TEST_F(RegisteredReaders, ImportTemplateFillsWithFilename) {
   EXPECT_EQ(tree->format, "pairs");
   EXPECT_EQ(Find(*tree, 0, "n").values, (std::vector<double>{1, 2}));
   EXPECT_EQ(Find(*tree, 0, "v").values, (std::vector<double>{17, 5}));
+  EXPECT_EQ(Read("read(\"" + data + "\", \"v\")"), "17, 5");
   EXPECT_EQ(Open("import template", data, &why, true), nullptr);
   EXPECT_EQ(why, "import template is not allowed in restricted mode");
 }
@@ -180,6 +192,7 @@ TEST_F(RegisteredReaders, SamplePlugin) {
   EXPECT_EQ(Find(*tree, 0, "force").values, (std::vector<double>{10, 12.5}));
   EXPECT_EQ(Find(*tree, 1, "force").values, std::vector<double>{9});
   EXPECT_EQ(Find(*tree, 1, "force").unit, "");
+  EXPECT_EQ(Read("readsubcase(\"" + data + "\", \"2\", 0, 0, 0)"), "9");
 
   EXPECT_EQ(Open("shared reader", Write("b.qvs", "QVS1\nx: 1 y\n"), &why), nullptr);
   EXPECT_EQ(why, "shared reader qvs: not a number in line 2");
