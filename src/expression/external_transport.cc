@@ -272,10 +272,7 @@ int RunExternalProgram(const ExternalRequest& request, ExternalReply& reply) {
         << TransportMessage(kTransportPipeFailed) << '\n';
     return kTransportPipeFailed;
   }
-  // The registered program is a path: a bare name of a file in the working
-  // directory means that file; any other bare name is looked up along PATH.
-  std::string path = request.program;
-  if (path.find('/') == std::string::npos && ::access(path.c_str(), F_OK) == 0) path = "./" + path;
+  const std::string path = ProgramPath(request.program);
   // Whatever the program prints on its own standard output would land in
   // the middle of a fill written to ours: it goes where messages go.
   ProcessRequest process{{path, std::to_string(to_child.read), std::to_string(from_child.write)},

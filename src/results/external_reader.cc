@@ -62,10 +62,7 @@ bool RunReader(const std::string& program, const std::string& path, const Policy
     *why = "external reader " + program + ": cannot make a pipe";
     return false;
   }
-  // As for external functions: a bare name of a file here means that file.
-  std::string run = program;
-  if (run.find('/') == std::string::npos && ::access(run.c_str(), F_OK) == 0) run = "./" + run;
-  const ProcessRequest request{{run, path}, nothing.fd, from_child.write, {}};
+  const ProcessRequest request{{ProgramPath(program), path}, nothing.fd, from_child.write, {}};
   const Deadline deadline = Deadline::FromProcessTimeout();
   std::string started;
   const pid_t pid = policy.StartProcess(request, &started);

@@ -28,15 +28,8 @@ using builtins::Args;
 
 constexpr char kStringExpected[] = "String expected in TCLEVAL function";
 
-char* CopyString(const char* s) {
-  const std::size_t n = std::strlen(s);
-  char* out = new char[n + 1];
-  std::memcpy(out, s, n + 1);
-  return out;
-}
-
 void ReplaceString(symtab& v, int i, const char* text) {
-  char* copy = CopyString(text);
+  char* copy = newstrdup(text);
   delete[] v.str_list[i];
   v.str_list[i] = copy;
 }

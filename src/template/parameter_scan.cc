@@ -16,6 +16,7 @@ namespace {
 
 using quorvix::IsBlank;
 using quorvix::IsWordChar;
+using quorvix::Unquoted;
 
 // Included files nest at most this deep; each file is scanned once, so a
 // file that includes itself (or a cycle of files) ends there as well.
@@ -47,12 +48,6 @@ std::string Argument(const char*& p) {
   const char* end = p;
   while (end > start && IsBlank(end[-1])) --end;
   return std::string(start, static_cast<std::size_t>(end - start));
-}
-
-std::string Unquoted(std::string text) {
-  if (text.size() >= 2 && text.front() == '"' && text.back() == '"')
-    return text.substr(1, text.size() - 2);
-  return text;
 }
 
 // True when the word `word` starts at `at` and stands alone on its left.

@@ -49,12 +49,6 @@ std::string Trimmed(const char* start, const char* end) {
   return std::string(start, static_cast<std::size_t>(end - start));
 }
 
-std::string Unquoted(std::string text) {
-  if (text.size() >= 2 && text.front() == '"' && text.back() == '"')
-    return text.substr(1, text.size() - 2);
-  return text;
-}
-
 // The next argument at *p, trimmed; *p moves onto its terminator.
 std::string NextArgument(const char** p) {
   const char* start = *p;

@@ -5,6 +5,7 @@
 #include <cctype>
 #include <cstring>
 #include <memory>
+#include <string>
 #include <string_view>
 
 namespace quorvix {
@@ -20,6 +21,13 @@ inline bool IsBlank(char c) {
 }
 
 // A zero-terminated copy of `text` (which may hold NUL bytes of its own).
+// `text` without one pair of surrounding double quotes.
+inline std::string Unquoted(std::string text) {
+  if (text.size() >= 2 && text.front() == '"' && text.back() == '"')
+    return text.substr(1, text.size() - 2);
+  return text;
+}
+
 inline std::unique_ptr<char[]> CopyText(std::string_view text) {
   auto out = std::make_unique<char[]>(text.size() + 1);
   std::memcpy(out.get(), text.data(), text.size());

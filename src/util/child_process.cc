@@ -40,6 +40,12 @@ std::string TimedOutMessage(const std::string& program, double seconds) {
   return program + " timed out after " + number + " s";
 }
 
+std::string ProgramPath(const std::string& program) {
+  if (program.find('/') == std::string::npos && ::access(program.c_str(), F_OK) == 0)
+    return "./" + program;
+  return program;
+}
+
 namespace {
 
 // 0 when reaped, ECHILD when it is not ours, EAGAIN while it still runs.

@@ -35,6 +35,11 @@ class Deadline {
 // "<program> timed out after N s".
 std::string TimedOutMessage(const std::string& program, double seconds);
 
+// The path to start for a registered program: a bare name of a file in the
+// working directory means that file; any other bare name is looked up
+// along PATH when started.
+std::string ProgramPath(const std::string& program);
+
 // Waits for the child and reaps it. Past the deadline the child is killed
 // (SIGKILL) and reaped all the same, and the result is false. `status`
 // (when given) gets the wait status. A pid that is not our child (a host's

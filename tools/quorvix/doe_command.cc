@@ -163,8 +163,7 @@ int RunDoe(const Args& args) {
   MathParser parser;
   ApplyFillOptions(o.fill, parser);
   DOEFiller filler(&parser);
-  filler.SafeQuotes(o.fill.safe_quotes ? 1 : 0);
-  filler.SetLfInFiles(o.fill.lf);
+  ApplyFillerOptions(o.fill, filler);
   std::vector<std::string> declared;
   if (!ScanTemplate(o.template_path, filler, declared, "doe")) return kExitUsage;
 

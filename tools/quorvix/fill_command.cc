@@ -110,8 +110,7 @@ int RunFill(const Args& args) {
   // Templates may write to the "TCL" stream and call the Tcl functions.
   if (!o.fill.trust.restricted) CreateTclInterpreter();
   Filler filler(&parser);
-  filler.SafeQuotes(o.fill.safe_quotes ? 1 : 0);
-  filler.SetLfInFiles(o.fill.lf);
+  ApplyFillerOptions(o.fill, filler);
   bool failed = false;
   for (const std::string& file : o.files) {
     char* errors = nullptr;

@@ -99,4 +99,9 @@ bool EvaluateDefinitions(const FillOptions& o, MathParser& parser, const char* c
   return true;
 }
 
+void ApplyFillerOptions(const FillOptions& o, FillerBase& filler) {
+  filler.SafeQuotes(o.safe_quotes ? 1 : 0);
+  filler.SetLfInFiles(o.lf);
+}
+
 }  // namespace quorvix::cli

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "commands.h"
+#include "quorvix/filler.h"
 #include "quorvix/math_parser.h"
 
 namespace quorvix::cli {
@@ -36,6 +37,10 @@ int ParseFillOption(const Args& args, std::size_t& i, FillOptions& o, const char
 // parser's trust and messages (the time limit is the caller's to set once
 // the definitions are evaluated).
 void ApplyFillOptions(const FillOptions& o, MathParser& parser);
+
+// Sets the filler's switches from the options: safe quotes, and LF line
+// ends in the files the template opens.
+void ApplyFillerOptions(const FillOptions& o, FillerBase& filler);
 
 // Evaluates the definitions in order and adds each as a variable; false
 // after reporting the first that fails.
