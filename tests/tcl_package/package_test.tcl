@@ -6,25 +6,19 @@ package require quorvix
 set failures 0
 set data [lindex $argv 0]
 
-proc check {name script expected} {
-    if {[catch {uplevel 1 $script} got]} {
-        set got "error: $got"
-    }
-    if {$got ne $expected} {
-        puts "$name: got {$got}, want {$expected}"
+# check compares a result, check_error the message of an error.
+proc outcome {script} {
+    set code [catch {uplevel 2 $script} got]
+    return [list $code $got]
+}
+proc compare {name got want} {
+    if {$got ne $want} {
+        puts "$name: got {$got}, want {$want}"
         incr ::failures
     }
 }
-
-proc check_error {name script message} {
-    if {![catch {uplevel 1 $script} got]} {
-        puts "$name: no error (result {$got}), want {$message}"
-        incr ::failures
-    } elseif {$got ne $message} {
-        puts "$name: error {$got}, want {$message}"
-        incr ::failures
-    }
-}
+proc check {name script want} { compare $name [outcome $script] [list 0 $want] }
+proc check_error {name script want} { compare $name [outcome $script] [list 1 $want] }
 
 # Values: whole numbers as integers, others at full precision, vectors as
 # lists, matrices as lists of rows, strings as strings.
