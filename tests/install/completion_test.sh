@@ -4,7 +4,7 @@
 source "$1"
 q=$2 failures=0
 cd "$(mktemp -d)" && trap 'rm -rf "$PWD"' EXIT
-mkdir decks && touch deck.qvx report.qvx data.csv notes.txt
+mkdir decks && touch deck.qvx report.qvx data.csv notes.txt "two words.txt"
 
 # expect WORDS... -- REPLY...: the last word is the one being completed.
 expect() {
@@ -13,8 +13,8 @@ expect() {
   shift
   COMP_WORDS=("${words[@]}") COMP_CWORD=$((${#words[@]} - 1)) COMPREPLY=()
   _quorvix
-  got=$(printf '%s\n' "${COMPREPLY[@]}" | sort | xargs)
-  want=$(printf '%s\n' "$@" | sort | xargs)
+  got=$(printf '%s\n' "${COMPREPLY[@]}" | sort | paste -sd,)
+  want=$(printf '%s\n' "$@" | sort | paste -sd,)
   [[ $got == "$want" ]] || { echo "\"${words[*]}\": got [$got] want [$want]" && ((failures++)); }
 }
 
@@ -28,7 +28,8 @@ expect "$q" functions - -- --long
 expect "$q" fill '' -- deck.qvx report.qvx decks
 expect "$q" doe d -- deck.qvx decks
 expect "$q" fill n -- notes.txt
-expect "$q" inspect '' -- deck.qvx report.qvx data.csv notes.txt decks
+expect "$q" inspect t -- 'two words.txt'
+expect "$q" inspect '' -- deck.qvx report.qvx data.csv notes.txt decks 'two words.txt'
 expect "$q" params -I dec -- decks
 expect "$q" doe deck.qvx --runs '' -- data.csv decks
 expect "$q" fill -D '' --

@@ -2,23 +2,33 @@
 # template files (*.qvx, else any file) for fill, params and doe, any file
 # for inspect, and function names for help.
 
+# Sets COMPREPLY to the lines a command prints, so names keep their spaces.
+_quorvix_reply() {
+  mapfile -t COMPREPLY < <("$@")
+}
+
+# Files matching a pattern, and directories to look further in.
+_quorvix_matching() {
+  compgen -f -X "!$1" -- "$cur"
+  compgen -d -- "$cur"
+}
+
 _quorvix_files() {
   local pattern=$1
   compopt -o filenames 2> /dev/null
   if [[ -n $pattern ]]; then
-    COMPREPLY=($(compgen -f -X "!$pattern" -- "$cur") $(compgen -d -- "$cur"))
+    _quorvix_reply _quorvix_matching "$pattern"
     ((${#COMPREPLY[@]} > 0)) && return
   fi
-  COMPREPLY=($(compgen -f -- "$cur"))
+  _quorvix_reply compgen -f -- "$cur"
 }
 
 _quorvix() {
   local cur=${COMP_WORDS[COMP_CWORD]} prev=${COMP_WORDS[COMP_CWORD - 1]}
-  local IFS=$' \t\n'
   COMPREPLY=()
   if ((COMP_CWORD == 1)); then
-    COMPREPLY=($(compgen -W 'fill eval functions help params doe inspect --help --version' \
-      -- "$cur"))
+    _quorvix_reply compgen -W 'fill eval functions help params doe inspect --help --version' \
+      -- "$cur"
     return
   fi
   local command=${COMP_WORDS[1]}
@@ -35,8 +45,9 @@ _quorvix() {
     inspect) options='--json' ;;
     help)
       ((COMP_CWORD == 2)) || return
-      COMPREPLY=($(compgen -W "$("${COMP_WORDS[0]}" functions 2> /dev/null | cut -f1 -d' ' |
-        cut -f1)" -- "$cur"))
+      local names
+      names=$("${COMP_WORDS[0]}" functions 2> /dev/null | cut -f1 -d' ' | cut -f1)
+      _quorvix_reply compgen -W "$names" -- "$cur"
       return
       ;;
     *) return ;;
@@ -48,7 +59,7 @@ _quorvix() {
     --runs) _quorvix_files '*.csv'; return ;;
     -I | --include)
       compopt -o filenames 2> /dev/null
-      COMPREPLY=($(compgen -d -- "$cur"))
+      _quorvix_reply compgen -d -- "$cur"
       return
       ;;
     -D | --define | --time-limit | --allow-env | --max-elements | --max-output | -j | --rows | \
@@ -58,7 +69,7 @@ _quorvix() {
   esac
 
   if [[ $cur == -* ]]; then
-    COMPREPLY=($(compgen -W "$options" -- "$cur"))
+    _quorvix_reply compgen -W "$options" -- "$cur"
     return
   fi
   case $command in
