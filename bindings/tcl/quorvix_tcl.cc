@@ -9,6 +9,7 @@
 // interpreter.
 #include <tcl.h>
 
+#include <climits>
 #include <cmath>
 #include <cstring>
 #include <memory>
@@ -58,7 +59,7 @@ class CallingInterp {
 
 int Fail(Tcl_Interp* interp, const std::string& message) {
   Tcl_SetObjResult(interp, Tcl_NewStringObj(message.data(), static_cast<int>(message.size())));
-  Tcl_SetErrorCode(interp, "QUORVIX", nullptr);
+  Tcl_SetErrorCode(interp, "QUORVIX", static_cast<const char*>(nullptr));
   return TCL_ERROR;
 }
 
@@ -179,21 +180,27 @@ bool ParseFillOptions(Tcl_Interp* interp, int objc, Tcl_Obj* const objv[], FillO
   return true;
 }
 
-// The include path is process-wide: the directories of one fill are taken
-// off again when it ends.
+// The include path is process-wide: the -I directories of one fill are
+// taken off again when it ends. Directories a template's "path" statement
+// added come after them and stay, as they do for any fill.
 class IncludeScope {
  public:
   explicit IncludeScope(const std::vector<std::string>& dirs)
-      : size_(FillerBase::IncludePath().size()) {
+      : first_(FillerBase::IncludePath().size()), count_(dirs.size()) {
     auto& path = FillerBase::IncludePath();
     path.insert(path.end(), dirs.begin(), dirs.end());
   }
-  ~IncludeScope() { FillerBase::IncludePath().resize(size_); }
+  ~IncludeScope() {
+    auto& path = FillerBase::IncludePath();
+    if (path.size() >= first_ + count_)
+      path.erase(path.begin() + static_cast<long>(first_),
+                 path.begin() + static_cast<long>(first_ + count_));
+  }
   IncludeScope(const IncludeScope&) = delete;
   IncludeScope& operator=(const IncludeScope&) = delete;
 
  private:
-  std::size_t size_;
+  std::size_t first_, count_;
 };
 
 int FillWith(ClientData data, Tcl_Interp* interp, int objc, Tcl_Obj* const objv[], bool from_file) {
@@ -217,11 +224,12 @@ int FillWith(ClientData data, Tcl_Interp* interp, int objc, Tcl_Obj* const objv[
   filler.SetLfInFiles(options.lf);
   StringSink sink;
   char* errors = nullptr;
-  const char* source = Tcl_GetString(objv[1]);
-  const int status =
-      from_file ? filler.FillFileTo(source, sink, &errors) : filler.FillTo(source, sink, &errors);
+  // A copy: a script the template runs may change the argument's object.
+  const std::string source = Tcl_GetString(objv[1]);
+  const int status = from_file ? filler.FillFileTo(source.c_str(), sink, &errors)
+                               : filler.FillTo(source.c_str(), sink, &errors);
   Text error_text(errors);
-  if (status < 0) return Fail(interp, std::string("cannot read template \"") + source + "\"");
+  if (status < 0) return Fail(interp, "cannot read template \"" + source + "\"");
   if (status > 0) {
     // The engine's report has CR LF line ends like its output; a Tcl
     // message has LF.
@@ -231,6 +239,8 @@ int FillWith(ClientData data, Tcl_Interp* interp, int objc, Tcl_Obj* const objv[
     return Fail(interp, message);
   }
   const std::string text = options.lf ? LfLineEnds(sink.text) : std::move(sink.text);
+  if (text.size() > static_cast<std::size_t>(INT_MAX))
+    return Fail(interp, "fill output too long for a Tcl string");
   Tcl_SetObjResult(interp, Tcl_NewStringObj(text.data(), static_cast<int>(text.size())));
   return TCL_OK;
 }
