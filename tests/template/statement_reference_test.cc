@@ -1,0 +1,39 @@
+// The statement reference: one row per keyword, and every example fills.
+#include "template/statement_reference.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "support/support.h"
+#include "template/statement_table.h"
+
+namespace quorvix {
+namespace {
+
+TEST(StatementReference, HasOneRowPerKeywordOfTheStatementTable) {
+  std::vector<std::string> keywords, documented;
+  for (char c = 'a'; c <= 'z'; ++c)
+    for (const StatementEntry& e : StatementsForLetter(c)) keywords.emplace_back(e.row.keyword);
+  for (const StatementReferenceRow& r : StatementReferenceRows())
+    documented.emplace_back(r.keyword);
+  std::sort(keywords.begin(), keywords.end());
+  std::sort(documented.begin(), documented.end());
+  EXPECT_EQ(documented, keywords);
+}
+
+TEST_F(TempDirTest, EveryStatementExampleFillsWithoutAnError) {
+  const std::filesystem::path previous = std::filesystem::current_path();
+  std::filesystem::current_path(dir_);  // examples write their files here
+  for (const StatementReferenceRow& r : StatementReferenceRows()) {
+    Filler filler;
+    const qt::Filled filled = qt::Fill(filler, r.example);
+    EXPECT_TRUE(filled.errors_null) << r.keyword << ": " << filled.errors;
+    EXPECT_NE(std::string(r.usage).find(r.keyword), std::string::npos) << r.keyword;
+  }
+  std::filesystem::current_path(previous);
+}
+
+}  // namespace
+}  // namespace quorvix
