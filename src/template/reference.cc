@@ -33,8 +33,6 @@ constexpr BuiltinNote kNotes[] = {
     {"read", "needs the result file results.csv in the working directory"},
     {"readsubcase", "needs the result file results.csv in the working directory"},
     {"sysarch", "the result depends on the host program"},
-    {"tcleval", "needs the Tcl interpreter"},
-    {"tclevalfile", "needs the Tcl interpreter"},
     {"tclgetvar", "the result depends on the Tcl version"},
     {"time", "the result is the time of day"},
     {"timer", "the result depends on the processor clock"},

@@ -23,7 +23,9 @@ TEST(StatementReference, HasOneRowPerKeywordOfTheStatementTable) {
   EXPECT_EQ(documented, keywords);
 }
 
-TEST_F(TempDirTest, EveryStatementExampleFillsWithoutAnError) {
+class StatementExamples : public TempDirTest {};
+
+TEST_F(StatementExamples, EveryOneFillsWithoutAnError) {
   const std::filesystem::path previous = std::filesystem::current_path();
   std::filesystem::current_path(dir_);  // examples write their files here
   for (const StatementReferenceRow& r : StatementReferenceRows()) {
