@@ -22,7 +22,7 @@ struct BuiltinNote {
 constexpr BuiltinNote kNotes[] = {
     {"cr", "the result is a carriage return and a line feed"},
     {"date", "the result is today's date"},
-    {"extern", "needs the external function twice registered (examples/extern/twice.py)"},
+    {"extern", "needs the external function twice, registered from examples/extern/twice.py"},
     {"fileclose", "the result is a handle that differs from run to run"},
     {"filefindstring", "the result depends on the running process"},
     {"filereadstring", "the result depends on the running process"},
