@@ -9,6 +9,12 @@
 
 namespace quorvix {
 
+// A call that fails, with the message it reports.
+struct ReferenceFailure {
+  std::string call;
+  std::string message;
+};
+
 struct ReferenceEntry {
   std::string name;      // "sin", "foreach"
   std::string group;     // the family's title: "Elementary math", "Control flow"
@@ -19,6 +25,9 @@ struct ReferenceEntry {
   // Empty when the example gives the same result everywhere; else what its
   // result depends on ("the environment", "the Tcl interpreter").
   std::string note;
+  // Built-ins: calls that fail, with their messages (for the messages a
+  // function reports beyond the common ones).
+  std::vector<ReferenceFailure> failures;
 };
 
 // Every built-in of the library's tables (the Tcl functions when the module

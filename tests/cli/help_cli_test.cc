@@ -15,7 +15,10 @@ TEST(HelpCli, BuiltinEntryShowsItsExampleAndResult) {
             "  example:\n"
             "    sqrt({4, 9})\n"
             "  result:\n"
-            "    2, 3\n");
+            "    2, 3\n"
+            "  fails, for example:\n"
+            "    sqrt(-1): Domain violation\n"
+            "    sqrt(\"a\"): Invalid argument type\n");
 }
 
 TEST(HelpCli, StatementEntryShowsItsTemplateAndOutput) {

@@ -31,6 +31,9 @@ void PrintBuiltin(const ReferenceEntry& e) {
   std::printf("  %s:\n", r.ok ? "result" : "error");
   PrintIndented(r.text);
   if (!e.note.empty()) std::printf("  note: %s\n", e.note.c_str());
+  if (!e.failures.empty()) std::printf("  fails, for example:\n");
+  for (const ReferenceFailure& f : e.failures)
+    std::printf("    %s: %s\n", f.call.c_str(), f.message.c_str());
 }
 
 void PrintStatement(const ReferenceEntry& e) {

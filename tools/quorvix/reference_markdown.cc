@@ -62,15 +62,18 @@ void PrintEntry(const ReferenceEntry& e) {
               e.nargs, e.synopsis.c_str());
   if (!e.note.empty()) {
     std::printf("Example (%s):\n\n```\n%s\n```\n", e.note.c_str(), e.example.c_str());
-    return;
+  } else {
+    const ExampleResult r = RunBuiltinExample(e);
+    std::printf("```expr\n%s\n", e.example.c_str());
+    if (r.ok)
+      PrintResultLines(r.text);
+    else
+      std::printf("!! %s\n", r.text.c_str());
+    std::puts("```");
   }
-  const ExampleResult r = RunBuiltinExample(e);
-  std::printf("```expr\n%s\n", e.example.c_str());
-  if (r.ok)
-    PrintResultLines(r.text);
-  else
-    std::printf("!! %s\n", r.text.c_str());
-  std::puts("```");
+  if (!e.failures.empty()) std::puts("\nMessages it reports, with a call that fails so:");
+  for (const ReferenceFailure& f : e.failures)
+    std::printf("\n```expr\n%s\n!! %s\n```\n", f.call.c_str(), f.message.c_str());
 }
 
 }  // namespace
