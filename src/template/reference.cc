@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "builtins/builtin_table.h"
+#include "template/reference_notes.h"
 #include "template/statement_reference.h"
 
 namespace quorvix {
@@ -113,6 +114,13 @@ const char* NoteFor(std::string_view name) {
 }
 
 }  // namespace
+
+std::vector<std::string_view> AnnotatedBuiltinNames() {
+  std::vector<std::string_view> names;
+  for (const BuiltinNote& n : kNotes) names.push_back(n.name);
+  for (const BuiltinFailure& f : kFailures) names.push_back(f.name);
+  return names;
+}
 
 std::vector<ReferenceEntry> BuiltinReference() {
   std::vector<ReferenceEntry> entries;

@@ -6,7 +6,9 @@
 #include <string>
 #include <vector>
 
+#include "quorvix/reference.h"
 #include "support/support.h"
+#include "template/reference_notes.h"
 #include "template/statement_table.h"
 
 namespace quorvix {
@@ -21,6 +23,16 @@ TEST(StatementReference, HasOneRowPerKeywordOfTheStatementTable) {
   std::sort(keywords.begin(), keywords.end());
   std::sort(documented.begin(), documented.end());
   EXPECT_EQ(documented, keywords);
+}
+
+TEST(BuiltinReference, NotesNameRegisteredBuiltins) {
+  std::vector<std::string> names;
+  for (const ReferenceEntry& e : BuiltinReference()) names.push_back(e.name);
+  const bool with_tcl = std::find(names.begin(), names.end(), "tcleval") != names.end();
+  for (std::string_view name : AnnotatedBuiltinNames()) {
+    if (!with_tcl && name.starts_with("tcl")) continue;  // the Tcl module is optional
+    EXPECT_NE(std::find(names.begin(), names.end(), name), names.end()) << name;
+  }
 }
 
 class StatementExamples : public TempDirTest {};
