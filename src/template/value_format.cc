@@ -201,6 +201,9 @@ char* ToChars(double value, const SimpleConversion& c, char* buf, char* end) {
 // faster path; the others go through to_chars, which writes exactly printf's
 // bytes for finite values. Returns false when printf must write the value.
 bool FastFormat(double value, const char* format, char letter, std::string& out) {
+  if (letter == 'g' && format[0] == '%' && format[1] == 'g' && format[2] == '\0' &&
+      FastG(value, out))
+    return true;
   SimpleConversion c;
   if (!ParseSimple(format, c) || c.conversion != letter) return false;
   const bool integral = c.conversion == 'd' || c.conversion == 'i';

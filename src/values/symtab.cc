@@ -187,7 +187,7 @@ symtab::~symtab() {
 void symtab::Delete() { delete this; }
 
 void symtab::Clear() {
-  g_arrays.Give(data, ArrayCount(*this));
+  if (data != nullptr) g_arrays.Give(data, ArrayCount(*this));
   data = nullptr;
   FreeStrings(str_list, num_strings);
   str_list = nullptr;
@@ -196,7 +196,7 @@ void symtab::Clear() {
 }
 
 void symtab::ReleasePayload() {
-  g_arrays.Give(data, ArrayCount(*this));
+  if (data != nullptr) g_arrays.Give(data, ArrayCount(*this));
   data = nullptr;
   FreeStrings(str_list, num_strings);
   str_list = nullptr;
