@@ -6,8 +6,8 @@
 namespace {
 
 constexpr std::size_t kChunk = std::size_t{1} << 18;
-// At most this many spare chunks (8 MiB) wait for the next fill.
-constexpr std::size_t kMaxSpare = 32;
+// At most this many spare chunks (32 MiB) wait for the next fill.
+constexpr std::size_t kMaxSpare = 128;
 
 // The library is single-threaded by contract, so the spares need no lock.
 std::vector<std::string>& Spares() {
