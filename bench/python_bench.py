@@ -1,0 +1,86 @@
+#!/usr/bin/env python3
+"""quorvix.Parser.eval from Python against MathParser::Evaluate from C++.
+
+Times the same two evaluations both ways in one run and prints them side by
+side with the ratio: a scalar expression, and the same expression over two
+variables of 1,000,000 doubles (numpy arrays set once; the result comes back
+as a numpy array that holds the library's storage). The array case should
+stay within 1.2x of C++.
+
+    python_bench.py CPP_BENCH [--scalar-reps N] [--array-reps N] [--rounds N]
+
+CPP_BENCH is the quorvix_eval_api_bench program; quorvix must be importable
+(PYTHONPATH=BUILD/bindings/python).
+"""
+import argparse
+import subprocess
+import sys
+import time
+
+import numpy as np
+
+import quorvix
+
+N = 1_000_000
+ROWS = [
+    ("scalar", "sqrt(abs(a + b) * 0.5)", "scalar `sqrt(abs(a + b) * 0.5)`"),
+    ("array", "sqrt(abs(x + y) * 0.5)", "`sqrt(abs(x + y) * 0.5)`, x and y numpy arrays of 1,000,000"),
+]
+
+
+def best_time(parser, expression, reps, rounds):
+    """Best time of one evaluation, and the sum of the last result's elements
+    in index order (as the C++ side adds them)."""
+    best = float("inf")
+    for _ in range(rounds):
+        start = time.perf_counter()
+        for _ in range(reps):
+            result = parser.eval(expression)
+        best = min(best, (time.perf_counter() - start) / reps)
+    return best, float(np.cumsum(result)[-1])
+
+
+def show(seconds):
+    if seconds < 1e-3:
+        return "%.3f us" % (seconds * 1e6)
+    return "%.3f ms" % (seconds * 1e3)
+
+
+def main():
+    ap = argparse.ArgumentParser(description=__doc__.splitlines()[0])
+    ap.add_argument("cpp_bench")
+    ap.add_argument("--scalar-reps", type=int, default=200_000)
+    ap.add_argument("--array-reps", type=int, default=50)
+    ap.add_argument("--rounds", type=int, default=5)
+    args = ap.parse_args()
+
+    counts = ["--scalar-reps", str(args.scalar_reps), "--array-reps", str(args.array_reps),
+              "--rounds", str(args.rounds)]
+    cpp = {}
+    for line in subprocess.run([args.cpp_bench] + counts, check=True, capture_output=True,
+                               text=True).stdout.splitlines():
+        name, seconds, check = line.split()
+        cpp[name] = (float(seconds), float(check))
+
+    p = quorvix.Parser()
+    p["a"], p["b"] = 1.25, 2.5
+    x = np.arange(N, dtype=np.float64) / N
+    p["x"], p["y"] = x, -0.75 * x
+    reps = {"scalar": args.scalar_reps, "array": args.array_reps}
+
+    print("quorvix.Parser.eval (Python) against MathParser::Evaluate (C++), best of %d" % args.rounds)
+    print("%-68s %12s %12s %8s" % ("evaluation", "Python", "C++", "ratio"))
+    failed = False
+    for name, expression, label in ROWS:
+        seconds, check = best_time(p, expression, reps[name], args.rounds)
+        cpp_seconds, cpp_check = cpp[name]
+        if check != cpp_check:
+            print("%s: results differ (Python %r, C++ %r)" % (name, check, cpp_check))
+            failed = True
+        print("%-68s %12s %12s %7.2fx" % (label, show(seconds), show(cpp_seconds),
+                                           seconds / cpp_seconds))
+    return 1 if failed else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
