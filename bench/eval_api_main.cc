@@ -48,6 +48,8 @@ void SetInputs(MathParser& parser) {
 // gets the sum of the last result's elements.
 double Time(MathParser& parser, const char* expression, int reps, int rounds, double& check) {
   double best = 1e30;
+  // As in the Python loop, a result lives until the next one has been made.
+  symtab* last = nullptr;
   for (int round = 0; round < rounds; ++round) {
     const auto t0 = std::chrono::steady_clock::now();
     for (int i = 0; i < reps; ++i) {
@@ -57,16 +59,16 @@ double Time(MathParser& parser, const char* expression, int reps, int rounds, do
                      MathParser::ErrorText().c_str());
         std::exit(1);
       }
-      if (i + 1 == reps) {
-        check = result->type == SYM_SCALAR ? result->value : 0.0;
-        for (int k = 0; result->type == SYM_ARRAY && k < result->rows * result->cols; ++k)
-          check += result->data[k];
-      }
-      result->Delete();
+      if (last != nullptr) last->Delete();
+      last = result;
     }
     const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - t0;
     best = std::min(best, elapsed.count() / reps);
   }
+  check = last->type == SYM_SCALAR ? last->value : 0.0;
+  for (int k = 0; last->type == SYM_ARRAY && k < last->rows * last->cols; ++k)
+    check += last->data[k];
+  last->Delete();
   return best;
 }
 
