@@ -115,14 +115,29 @@ void ArrayFrom(py::handle value, symtab& out, const std::string& what) {
 
 }  // namespace
 
-void SetScalarClass(py::object scalar_class) { ScalarClass() = std::move(scalar_class); }
+void SetScalarClass(py::object scalar_class) {
+  // Scalars are made as floats of this type (see ToPython): it must have a
+  // float's layout.
+  auto* type = reinterpret_cast<PyTypeObject*>(scalar_class.ptr());
+  if (!PyType_Check(scalar_class.ptr()) || !PyType_IsSubtype(type, &PyFloat_Type) ||
+      type->tp_basicsize != PyFloat_Type.tp_basicsize)
+    throw py::type_error("the scalar class must be a float subclass without fields");
+  ScalarClass() = std::move(scalar_class);
+}
 
 py::object ToPython(symtab* record) {
   OwnedRecord owned(record);
   if (record == nullptr) return py::none();
   switch (record->type) {
-    case SYM_SCALAR:
-      return ScalarClass()(record->value);
+    case SYM_SCALAR: {
+      // Made directly rather than through a call of the class: a scalar
+      // result is the common case and the call costs more than the rest.
+      auto* type = reinterpret_cast<PyTypeObject*>(ScalarClass().ptr());
+      PyObject* scalar = type->tp_alloc(type, 0);
+      if (scalar == nullptr) throw py::error_already_set();
+      reinterpret_cast<PyFloatObject*>(scalar)->ob_fval = record->value;
+      return py::reinterpret_steal<py::object>(scalar);
+    }
     case SYM_ARRAY:
       return ArrayOf(*record);
     case SYM_STRINGS:
@@ -151,15 +166,22 @@ void FromPython(py::handle value, symtab& out, const std::string& what) {
   }
 }
 
-std::string TextArgument(py::handle text, const std::string& what) {
+TextView::TextView(py::handle text, const std::string& what) {
   if (!py::isinstance<py::str>(text)) throw py::type_error(what + " must be a str");
-  PyObject* bytes = PyUnicode_AsEncodedString(text.ptr(), "utf-8", "surrogateescape");
-  if (bytes == nullptr) throw py::error_already_set();
-  py::bytes owned = py::reinterpret_steal<py::bytes>(bytes);
-  std::string result(PyBytes_AS_STRING(bytes), static_cast<std::size_t>(PyBytes_GET_SIZE(bytes)));
-  if (result.find('\0') != std::string::npos)
+  Py_ssize_t size = 0;
+  data_ = PyUnicode_AsUTF8AndSize(text.ptr(), &size);
+  if (data_ == nullptr) {
+    // Lone surrogates (bytes that came in undecodable) have no UTF-8 form.
+    PyErr_Clear();
+    PyObject* bytes = PyUnicode_AsEncodedString(text.ptr(), "utf-8", "surrogateescape");
+    if (bytes == nullptr) throw py::error_already_set();
+    encoded_ = py::reinterpret_steal<py::object>(bytes);
+    data_ = PyBytes_AS_STRING(bytes);
+    size = PyBytes_GET_SIZE(bytes);
+  }
+  size_ = static_cast<std::size_t>(size);
+  if (std::memchr(data_, '\0', size_) != nullptr)
     throw py::value_error(what + " contains a NUL character");
-  return result;
 }
 
 }  // namespace quorvix::python

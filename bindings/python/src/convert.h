@@ -22,7 +22,8 @@
 
 namespace quorvix::python {
 
-// The Python classes the conversions make, set once when the package loads.
+// The class of scalars (quorvix.Scalar, a float subclass without fields of
+// its own), set once when the package loads.
 void SetScalarClass(pybind11::object scalar_class);
 
 // Takes `record` (owned; freed here) and returns its Python value.
@@ -32,9 +33,25 @@ pybind11::object ToPython(symtab* record);
 // or ValueError naming `what` when the value cannot be converted.
 void FromPython(pybind11::handle value, symtab& out, const std::string& what);
 
-// The UTF-8 bytes of `text`, undecodable bytes kept (surrogateescape).
-// Throws ValueError naming `what` when the text holds a NUL character.
-std::string TextArgument(pybind11::handle text, const std::string& what);
+// The UTF-8 bytes of a str argument, undecodable bytes kept
+// (surrogateescape): Python's own UTF-8 copy of the str where it has one,
+// valid while the str lives. Throws TypeError naming `what` for anything
+// but a str and ValueError when the text holds a NUL character.
+class TextView {
+ public:
+  TextView(pybind11::handle text, const std::string& what);
+  const char* c_str() const { return data_; }
+  std::string str() const { return std::string(data_, size_); }
+
+ private:
+  const char* data_ = nullptr;
+  std::size_t size_ = 0;
+  pybind11::object encoded_;  // holds the bytes of the surrogateescape path
+};
+
+inline std::string TextArgument(pybind11::handle text, const std::string& what) {
+  return TextView(text, what).str();
+}
 
 }  // namespace quorvix::python
 

@@ -124,7 +124,7 @@ PythonParser::~PythonParser() {
 }
 
 py::object PythonParser::Eval(py::handle text_object) {
-  const std::string text = TextArgument(text_object, "expression");
+  const TextView text(text_object, "expression");
   LibraryGuard guard;
   TakeRaised();
   symtab* result = nullptr;
@@ -136,8 +136,8 @@ py::object PythonParser::Eval(py::handle text_object) {
     const char* message = parser_->ErrorMessage();
     if (message == nullptr || *message == '\0') message = MathParser::ErrorText().c_str();
     Failure failure(*message != '\0' ? message : "evaluation failed");
-    failure.expression = text;
-    LocateOffset(text, parser_->ErrorPosition(), failure);
+    failure.expression = text.str();
+    LocateOffset(*failure.expression, parser_->ErrorPosition(), failure);
     throw failure;
   }
   return ToPython(result);
