@@ -1,4 +1,6 @@
 """Filling templates from Python."""
+from concurrent.futures import ProcessPoolExecutor
+
 import pytest
 
 import quorvix
@@ -65,3 +67,13 @@ def test_restricted_fill_refuses_writing(tmp_path):
         quorvix.fill('{open "%s"}x{close}' % (tmp_path / "out.txt"), restricted=True)
     assert raised.value.message.endswith("is not allowed in restricted mode")
     assert not (tmp_path / "out.txt").exists()
+
+
+def deck(run):
+    return quorvix.fill("t {t}, load {p * 2}\n", t=run[0], p=run[1], lf=True)
+
+
+def test_fills_run_in_parallel_processes():
+    with ProcessPoolExecutor(max_workers=2) as pool:
+        texts = list(pool.map(deck, [(1.0, 0.1), (2.0, 0.2), (3.0, 0.5)]))
+    assert texts == ["t 1, load 0.2\n", "t 2, load 0.4\n", "t 3, load 1\n"]
