@@ -61,9 +61,31 @@ class Scalar(float):
 
 
 from . import _quorvix  # noqa: E402
-from ._quorvix import Parser, format_number, functions  # noqa: E402
+from ._quorvix import format_number, functions  # noqa: E402
 
 _quorvix._bind(Error, Scalar)
+
+
+class Parser(_quorvix.Parser):
+    """An expression parser with its variables, which it reads as a mapping:
+    p["x"] = value, p["x"], "x" in p, del p["x"], keys(), items(), get().
+
+    Keywords: restricted (untrusted text: no processes, no writing, reading
+    only in the allowed directories), allow_env (names getenv may read when
+    restricted), max_elements, max_output (bytes a fill may write) and
+    time_limit (seconds an evaluation or fill may run).
+    """
+
+    __slots__ = ()
+
+    def get(self, name, default=None):
+        return self[name] if name in self else default
+
+    def items(self):
+        return [(name, self[name]) for name in self.keys()]
+
+    def values(self):
+        return [self[name] for name in self.keys()]
 
 
 def eval(text, *, restricted=False):  # noqa: A001 - the language's own word

@@ -92,6 +92,7 @@ def test_variables_are_a_mapping(p):
     assert p.keys() == ["a", "b", "c"] and list(p) == ["a", "b", "c"] and len(p) == 3
     np.testing.assert_array_equal(p["c"], [2, 2, 2])
     assert "a" in p and "zz" not in p and 5 not in p
+    assert p.get("zz", 1) == 1 and p.items()[1] == ("b", 2.0)
     del p["a"]
     assert "a" not in p
     with pytest.raises(KeyError):
