@@ -50,11 +50,8 @@ def layer_of_source(rel):
         return parts[1]
     if parts[0] == "include":
         return PUBLIC.get(parts[-1])
-    if parts[0] == "tools":
-        return "cli"
-    # Language bindings are hosts like the CLI: the public headers only.
-    if parts[0] == "bindings":
-        return "cli"
+    if parts[0] in ("tools", "bindings"):
+        return "cli"  # the language bindings, like the CLI, use only the public headers
     return None
 
 
