@@ -52,6 +52,9 @@ def test_strings_and_string_lists(p):
     assert p.eval('"x" + "y"') == "xy"
     p["u"] = "température"
     assert p["u"] == "température"
+    # Bytes that are not UTF-8 travel as surrogate escapes, both ways.
+    p["raw"] = b"caf\xe9".decode("utf-8", "surrogateescape")
+    assert p.eval("raw") == "caf\udce9" and p.eval("strlen(raw)") == 4
 
 
 @pytest.mark.parametrize(
