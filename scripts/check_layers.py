@@ -39,6 +39,7 @@ PUBLIC = {
     "optimization_parameter.h": "template",
     "value_format.h": "template",
     "tcl_setup.h": "template",
+    "reference.h": "template",
 }
 
 INCLUDE = re.compile(r'^\s*#\s*include\s+"([^"]+)"', re.M)
