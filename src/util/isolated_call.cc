@@ -1,0 +1,82 @@
+#include "util/isolated_call.h"
+
+#include <poll.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdint>
+
+#include "util/child_process.h"
+
+namespace quorvix {
+
+namespace {
+
+// Writes all of `bytes`; false when the reader went away.
+bool WriteAll(int fd, const char* bytes, std::size_t n) {
+  while (n > 0) {
+    const ssize_t wrote = ::write(fd, bytes, n);
+    if (wrote < 0 && errno == EINTR) continue;
+    if (wrote <= 0) return false;
+    bytes += wrote;
+    n -= static_cast<std::size_t>(wrote);
+  }
+  return true;
+}
+
+// Reads to the end of the pipe or the deadline; false past the deadline.
+bool ReadAll(int fd, const Deadline& deadline, std::string& out) {
+  char buffer[65536];
+  for (;;) {
+    if (!deadline.none()) {
+      pollfd p{fd, POLLIN, 0};
+      const int ready = ::poll(&p, 1, deadline.RemainingMs());
+      if (ready < 0 && errno == EINTR) continue;
+      if (ready <= 0) return false;
+    }
+    const ssize_t got = ::read(fd, buffer, sizeof buffer);
+    if (got < 0 && errno == EINTR) continue;
+    if (got <= 0) return true;
+    out.append(buffer, static_cast<std::size_t>(got));
+  }
+}
+
+}  // namespace
+
+IsolatedResult RunIsolated(const std::function<std::string()>& work, std::string& out,
+                           double seconds) {
+  out.clear();
+  Pipe pipe;
+  if (!pipe.Open()) return IsolatedResult::kNoChild;
+  const pid_t pid = ::fork();
+  if (pid < 0) return IsolatedResult::kNoChild;
+  if (pid == 0) {
+    pipe.CloseRead();
+    const std::string result = work();
+    // The length comes last, so that a child cut off mid-write is told from
+    // one that finished.
+    const std::uint64_t length = result.size();
+    const bool ok = WriteAll(pipe.write, result.data(), result.size()) &&
+                    WriteAll(pipe.write, reinterpret_cast<const char*>(&length), sizeof length);
+    ::_exit(ok ? 0 : 1);
+  }
+  pipe.CloseWrite();
+  const Deadline deadline(seconds);
+  std::string bytes;
+  const bool in_time = ReadAll(pipe.read, deadline, bytes);
+  if (!in_time) KillChild(pid);
+  int status = 0;
+  const bool reaped = in_time && ReapChild(pid, deadline, &status);
+  std::uint64_t length = 0;
+  if (!reaped || !WIFEXITED(status) || WEXITSTATUS(status) != 0 || bytes.size() < sizeof length)
+    return IsolatedResult::kDied;
+  const std::size_t body = bytes.size() - sizeof length;
+  std::copy_n(bytes.data() + body, sizeof length, reinterpret_cast<char*>(&length));
+  if (length != body) return IsolatedResult::kDied;
+  bytes.resize(body);
+  out = std::move(bytes);
+  return IsolatedResult::kDone;
+}
+
+}  // namespace quorvix
