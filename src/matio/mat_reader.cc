@@ -13,6 +13,7 @@
 #include <matio.h>
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <cstdio>
 #include <map>
@@ -345,9 +346,11 @@ std::unique_ptr<results::ResultTree> Open(const std::string& path, const Policy&
   const bool sized = fstat(fileno(file), &status) == 0 && status.st_size > 0;
   MatPtr mat(sized ? Mat_Open(path.c_str(), MAT_ACC_RDONLY) : nullptr);
   const mat_ft version = mat ? Mat_GetVersion(mat.get()) : MAT_FT_UNDEFINED;
-  const std::vector<Extent> extents = mat && version != MAT_FT_MAT73
-                                          ? Extents(file, status.st_size, version == MAT_FT_MAT5)
-                                          : std::vector<Extent>();
+  const std::vector<Extent> extents =
+      mat && version != MAT_FT_MAT73
+          ? Extents(file, status.st_size, version == MAT_FT_MAT5,
+                    static_cast<unsigned long long>(std::max(policy.limits.elements, 0LL)))
+          : std::vector<Extent>();
   std::fclose(file);
   if (!mat) {
     *why = "not a MAT file: " + path;
@@ -355,10 +358,10 @@ std::unique_ptr<results::ResultTree> Open(const std::string& path, const Policy&
   }
   const unsigned long long max_bytes =
       static_cast<unsigned long long>(status.st_size) * kMaxInflation + 4096;
-  // Every cell or element takes at least a tag of 8 bytes in the stream.
+  // matio would allocate what a damaged header announces at any level.
   for (const Extent& e : extents)
-    if (e.container_elements > max_bytes / 8) {
-      *why = "mat file " + path + ": a variable announces more elements than the file holds";
+    if (!e.damage.empty()) {
+      *why = "mat file " + path + ": " + e.damage;
       return nullptr;
     }
   TreeBuilder builder(std::make_shared<MatSource>(path), policy.limits.elements, max_bytes);
