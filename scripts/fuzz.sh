@@ -69,6 +69,7 @@ fi
 # Sanitizer reports must end the run so that libFuzzer records the input.
 export ASAN_OPTIONS="${ASAN_OPTIONS:-halt_on_error=1:detect_leaks=1:abort_on_error=1}"
 export UBSAN_OPTIONS="${UBSAN_OPTIONS:-halt_on_error=1:print_stacktrace=1}"
+export LSAN_OPTIONS="${LSAN_OPTIONS:-suppressions=$ROOT/fuzz/lsan.supp}"
 
 artifacts="$build_dir/artifacts"
 mkdir -p "$artifacts"

@@ -107,9 +107,10 @@ class HeaderCheck {
   HeaderCheck(Source& source, bool big_endian, unsigned long long max_elements)
       : source_(source), big_endian_(big_endian), max_elements_(max_elements) {}
 
-  // The contents of a matrix element of `budget` bytes; false when the walk
-  // ends (the data end, or damage was found).
-  bool Matrix(unsigned long long budget, int depth) {
+  // The contents of a matrix element of `budget` bytes (`beyond` more are
+  // announced past the end of the file); false when the walk ends (the data
+  // end, or damage was found).
+  bool Matrix(unsigned long long budget, int depth, unsigned long long beyond = 0) {
     constexpr unsigned kCell = 1, kStruct = 2, kObject = 3;
     constexpr int kMaxNesting = 64;
     if (budget == 0) return true;
@@ -117,8 +118,15 @@ class HeaderCheck {
     Element flags, dims, name;
     if (!Next(budget, flags) || !Next(budget, dims) || !Next(budget, name)) return false;
     const unsigned klass = flags.data.size() >= 4 ? Word(flags.data.data(), big_endian_) & 0xFF : 0;
-    if (klass != kCell && klass != kStruct && klass != kObject)
-      return depth == 0 || source_.Skip(budget);
+    if (klass != kCell && klass != kStruct && klass != kObject) {
+      // matio sizes some data (text in UTF-8, say) by the data's own tag.
+      unsigned char tag[8];
+      if (budget < 8 || !source_.Read(tag, 8)) return false;
+      const std::uint32_t type = Word(tag, big_endian_);
+      const unsigned long long bytes = type >> 16 != 0 ? type >> 16 : Word(tag + 4, big_endian_);
+      if (bytes > budget - 8 + beyond) return Damaged("a variable's header is damaged");
+      return depth == 0 || source_.Skip(budget - 8);
+    }
     unsigned long long count = 1;
     for (std::size_t i = 0; i + 4 <= dims.data.size(); i += 4)
       count = Times(count, Word(dims.data.data() + i, big_endian_));
@@ -215,7 +223,8 @@ std::vector<Extent> WalkV5(std::FILE* file, long long size, bool big_endian,
     if (type == kMatrix) {
       FileSource source(file, at + 8, at + 8 + in_file);
       HeaderCheck check(source, big_endian, max_elements);
-      check.Matrix(static_cast<unsigned long long>(in_file), 0);
+      check.Matrix(static_cast<unsigned long long>(in_file), 0,
+                   static_cast<unsigned long long>(bytes - in_file));
       e.damage = check.damage();
     } else if (!padded) {
       InflateSource source(file, at + 8, in_file);
