@@ -1,14 +1,13 @@
 #include "hdf5/hdf5_dataset.h"
 
-#include <sys/mman.h>
-#include <unistd.h>
-
 #include <array>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <utility>
 #include <vector>
+
+#include "util/huge_pages.h"
 
 namespace quorvix::hdf5 {
 
@@ -49,22 +48,12 @@ const char* ClassName(H5T_class_t c) {
   return "unknown";
 }
 
-// Sizes `out` for `n` numbers. A large buffer asks for huge pages before its
-// first touch: filling tens of megabytes costs far more in page faults than
-// in copying.
+// Sizes `out` for `n` numbers, on huge pages when it is large.
 void SizeFor(std::vector<double>& out, std::size_t n) {
-  constexpr std::size_t kHugeFrom = std::size_t{4} << 20;
-  if (n * sizeof(double) >= kHugeFrom && out.capacity() < n) {
+  if (out.capacity() < n) {
     std::vector<double>().swap(out);
     out.reserve(n);
-#ifdef MADV_HUGEPAGE
-    const auto page = static_cast<std::uintptr_t>(sysconf(_SC_PAGESIZE));
-    const auto start = reinterpret_cast<std::uintptr_t>(out.data());
-    const std::uintptr_t begin = (start + page - 1) / page * page;
-    const std::uintptr_t end = (start + n * sizeof(double)) / page * page;
-    if (page > 0 && end > begin)
-      madvise(reinterpret_cast<void*>(begin), end - begin, MADV_HUGEPAGE);
-#endif
+    AdviseHugePages(out.data(), n * sizeof(double));
   }
   out.resize(n);
 }
