@@ -4,6 +4,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdint>
 
@@ -27,7 +28,6 @@ bool WriteAll(int fd, const char* bytes, std::size_t n) {
 
 // Reads to the end of the pipe or the deadline; false past the deadline.
 bool ReadAll(int fd, const Deadline& deadline, std::string& out) {
-  char buffer[65536];
   for (;;) {
     if (!deadline.none()) {
       pollfd p{fd, POLLIN, 0};
@@ -35,10 +35,9 @@ bool ReadAll(int fd, const Deadline& deadline, std::string& out) {
       if (ready < 0 && errno == EINTR) continue;
       if (ready <= 0) return false;
     }
-    const ssize_t got = ::read(fd, buffer, sizeof buffer);
+    const ssize_t got = ReadChunk(fd, out);
     if (got < 0 && errno == EINTR) continue;
     if (got <= 0) return true;
-    out.append(buffer, static_cast<std::size_t>(got));
   }
 }
 
