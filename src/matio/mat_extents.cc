@@ -257,13 +257,13 @@ std::vector<Extent> WalkV4(std::FILE* file, long long size) {
     if (precision > 5) break;
     const long long rows = Word(head + 4, big_endian), columns = Word(head + 8, big_endian);
     const long long parts = Word(head + 12, big_endian) ? 2 : 1;
-    if (rows != 0 && columns > size / rows) {
-      cut.push_back({true, {}});
-      break;
-    }
     // matio allocates the name's announced length before reading it.
     if (Word(head + 16, big_endian) > size - at - 20) {
       cut.push_back({false, "a variable's header is damaged"});
+      break;
+    }
+    if (rows != 0 && columns > size / rows) {
+      cut.push_back({true, {}});
       break;
     }
     at += 20 + Word(head + 16, big_endian) + rows * columns * parts * kPrecisionBytes[precision];
