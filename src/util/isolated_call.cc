@@ -1,6 +1,7 @@
 #include "util/isolated_call.h"
 
 #include <poll.h>
+#include <signal.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -52,6 +53,9 @@ IsolatedResult RunIsolated(const std::function<std::string()>& work, std::string
   if (pid < 0) return IsolatedResult::kNoChild;
   if (pid == 0) {
     pipe.CloseRead();
+    // A crash here is an answer, not the host's crash: the host's crash
+    // handlers (a reporter, a fuzzer's) must not act on it.
+    for (int sig : {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGABRT}) ::signal(sig, SIG_DFL);
     const std::string result = work();
     // The length comes last, so that a child cut off mid-write is told from
     // one that finished.
