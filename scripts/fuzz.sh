@@ -90,6 +90,9 @@ for name in "${fuzzers[@]}"; do
            -print_final_stats=1 -artifact_prefix="$artifacts/$name-")
   dict="$ROOT/fuzz/${name%_fuzzer}.dict"
   [[ -f $dict ]] && options+=(-dict="$dict")
+  # A target's own options, one a line (they win over the ones above).
+  extra="$ROOT/fuzz/${name%_fuzzer}.options"
+  [[ -f $extra ]] && mapfile -t -O "${#options[@]}" options < <(grep -v '^#' "$extra")
   log "fuzzing $name for ${seconds}s"
   logfile="$artifacts/$name.log"
   if "$binary" "${options[@]}" "$work" "$seeds" > "$logfile" 2>&1; then

@@ -2,14 +2,22 @@
 
 #include <poll.h>
 #include <signal.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <cstdint>
+#include <cstdio>
 
 #include "util/child_process.h"
+
+#if defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#define QUORVIX_UNDER_ASAN 1
+#endif
+#endif
 
 namespace quorvix {
 
@@ -42,6 +50,30 @@ bool ReadAll(int fd, const Deadline& deadline, std::string& out) {
   }
 }
 
+// Bounds the child's address space to what it has plus kChildMemory, so a
+// library that believes a damaged file's sizes fails an allocation instead
+// of taking the machine's memory. Sanitizer builds reserve terabytes of
+// address space up front and are left alone.
+void LimitMemory() {
+#if !defined(__SANITIZE_ADDRESS__) && !defined(QUORVIX_UNDER_ASAN)
+  constexpr rlim_t kChildMemory = rlim_t{4} << 30;
+  std::FILE* statm = std::fopen("/proc/self/statm", "r");
+  unsigned long pages = 0;
+  const bool known = statm != nullptr && std::fscanf(statm, "%lu", &pages) == 1;
+  if (statm != nullptr) std::fclose(statm);
+  const long page = sysconf(_SC_PAGESIZE);
+  if (!known || page <= 0) return;
+  const rlim_t want = static_cast<rlim_t>(pages) * static_cast<rlim_t>(page) + kChildMemory;
+  rlimit limit{};
+  // A limit the host set that is already tighter stays.
+  if (getrlimit(RLIMIT_AS, &limit) != 0 ||
+      (limit.rlim_cur != RLIM_INFINITY && limit.rlim_cur <= want))
+    return;
+  limit.rlim_cur = limit.rlim_max != RLIM_INFINITY && limit.rlim_max < want ? limit.rlim_max : want;
+  setrlimit(RLIMIT_AS, &limit);
+#endif
+}
+
 }  // namespace
 
 IsolatedResult RunIsolated(const std::function<std::string()>& work, std::string& out,
@@ -56,6 +88,7 @@ IsolatedResult RunIsolated(const std::function<std::string()>& work, std::string
     // A crash here is an answer, not the host's crash: the host's crash
     // handlers (a reporter, a fuzzer's) must not act on it.
     for (int sig : {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGABRT}) ::signal(sig, SIG_DFL);
+    LimitMemory();
     const std::string result = work();
     // The length comes last, so that a child cut off mid-write is told from
     // one that finished.
