@@ -39,7 +39,7 @@ inline int FuzzResultFile(const std::uint8_t* data, std::size_t size, const char
   results::ClearResultCache();
   Policy policy;
   // Small bounds keep each input fast; past them come messages.
-  policy.limits.elements = 1'000'000;
+  policy.limits.elements = 100'000;
   policy.limits.string_bytes = 1 << 20;
   std::string why;
   auto file = results::OpenResultFile(path, policy, &why);

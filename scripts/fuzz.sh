@@ -90,12 +90,14 @@ for name in "${fuzzers[@]}"; do
            -print_final_stats=1 -artifact_prefix="$artifacts/$name-")
   dict="$ROOT/fuzz/${name%_fuzzer}.dict"
   [[ -f $dict ]] && options+=(-dict="$dict")
-  # A target's own options, one a line (they win over the ones above).
-  extra="$ROOT/fuzz/${name%_fuzzer}.options"
-  [[ -f $extra ]] && mapfile -t -O "${#options[@]}" options < <(grep -v '^#' "$extra")
+  # A target's own sanitizer options (fuzz/NAME.asan, one a line) are added
+  # to the common ones for its run only.
+  asan_options="$ASAN_OPTIONS"
+  extra="$ROOT/fuzz/${name%_fuzzer}.asan"
+  [[ -f $extra ]] && asan_options+=":$(grep -v '^#' "$extra" | paste -sd:)"
   log "fuzzing $name for ${seconds}s"
   logfile="$artifacts/$name.log"
-  if "$binary" "${options[@]}" "$work" "$seeds" > "$logfile" 2>&1; then
+  if ASAN_OPTIONS="$asan_options" "$binary" "${options[@]}" "$work" "$seeds" > "$logfile" 2>&1; then
     grep -E '^stat::number_of_executed_units|^stat::new_units_added' "$logfile" | sed "s/^/  $name /" >&2
   else
     failed+=("$name")

@@ -141,7 +141,9 @@ class HeaderCheck {
     // Every cell or field takes a tag of 8 bytes at least.
     if (count > budget / 8)
       return Damaged("a variable announces more elements than the file holds");
-    if (count > max_elements_) return Damaged("a variable announces more elements than allowed");
+    // matio makes a record for every cell and field at every level.
+    total_ += count;
+    if (total_ > max_elements_) return Damaged("a variable announces more elements than allowed");
     for (unsigned long long i = 0; i < count; ++i) {
       unsigned char tag[8];
       if (budget < 8 || !source_.Read(tag, 8)) return false;
@@ -201,6 +203,7 @@ class HeaderCheck {
   Source& source_;
   bool big_endian_;
   unsigned long long max_elements_;
+  unsigned long long total_ = 0;  // cells and fields announced so far
   std::string damage_;
 };
 

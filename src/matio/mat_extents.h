@@ -22,7 +22,8 @@ struct Extent {
 
 // One entry per variable in file order. `file` is positioned anywhere;
 // `size` is its length in bytes; `version5` tells the two layouts apart;
-// `max_elements` bounds the cells or fields one container may announce.
+// `max_elements` bounds the cells and fields one variable announces at
+// all levels together.
 // The walk stops after the first variable that is cut short or damaged.
 std::vector<Extent> Extents(std::FILE* file, long long size, bool version5,
                             unsigned long long max_elements);
