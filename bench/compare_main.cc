@@ -23,6 +23,7 @@
 #include "extern_rows.h"
 #include "filter_rows.h"
 #include "fitting_rows.h"
+#include "linalg_rows.h"
 #include "resampling_rows.h"
 #include "short_time_rows.h"
 #include "workloads.h"
@@ -768,6 +769,9 @@ int main(int argc, char** argv) {
                               std::min(o.vector_reps, 10));
   std::printf("\n");
   honest &= bench::ExternRows(12, QUORVIX_EXTERN_RESPONDER, 100, o.runs);
+  std::printf("\n");
+  honest &= bench::LinalgRows(13, o.numpy ? o.python : "", QUORVIX_BENCH_DIR "/linalg_peer.py",
+                              std::min(o.vector_reps, 10));
   std::printf("results %s\n", peers ? (honest ? "agree across contenders (checksums, sampled "
                                                 "elements bit for bit)"
                                               : "DISAGREE (see above)")
