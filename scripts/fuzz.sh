@@ -58,12 +58,18 @@ if [[ $want_build -eq 1 ]]; then
       -DCMAKE_CXX_COMPILER=clang++ -DQUORVIX_FUZZ=ON -DQUORVIX_BENCH=OFF
   fi
   log "building ${fuzzers[*]} (-j$jobs)"
-  cmake --build "$build_dir" -j "$jobs" --target "${fuzzers[@]}"
+  cmake --build "$build_dir" -j "$jobs" --target "${fuzzers[@]}" result_seeds
+fi
+# The binary result-file targets take their seeds from files this build
+# writes (fuzz/result_seeds.cc), not from blobs in the tree.
+if [[ -x $build_dir/fuzz/result_seeds ]]; then
+  "$build_dir/fuzz/result_seeds" "$build_dir/seeds"
 fi
 
 # Sanitizer reports must end the run so that libFuzzer records the input.
 export ASAN_OPTIONS="${ASAN_OPTIONS:-halt_on_error=1:detect_leaks=1:abort_on_error=1}"
 export UBSAN_OPTIONS="${UBSAN_OPTIONS:-halt_on_error=1:print_stacktrace=1}"
+export LSAN_OPTIONS="${LSAN_OPTIONS:-suppressions=$ROOT/fuzz/lsan.supp}"
 
 artifacts="$build_dir/artifacts"
 mkdir -p "$artifacts"
@@ -72,17 +78,26 @@ for name in "${fuzzers[@]}"; do
   binary="$build_dir/fuzz/$name"
   [[ -x $binary ]] || die "$binary is not built"
   seeds="$ROOT/fuzz/corpus/${name%_fuzzer}"
-  [[ -d $seeds ]] || die "no seed corpus at $seeds"
+  [[ -d $seeds ]] || seeds="$build_dir/seeds/${name%_fuzzer}"
+  [[ -d $seeds ]] || die "no seed corpus for $name"
   # New inputs go to a scratch corpus; the checked-in seeds stay as they are.
   work="$build_dir/corpus-run/$name"
   mkdir -p "$work"
-  options=(-max_total_time="$seconds" -timeout=10 -rss_limit_mb=4096 -max_len=4096
+  # Inputs up to 4 KiB, or as long as the longest seed (binary files).
+  max_len="$(find "$seeds" -type f -printf '%s\n' | sort -n | tail -n 1)"
+  ((${max_len:-0} > 4096)) || max_len=4096
+  options=(-max_total_time="$seconds" -timeout=10 -rss_limit_mb=4096 -max_len="$max_len"
            -print_final_stats=1 -artifact_prefix="$artifacts/$name-")
   dict="$ROOT/fuzz/${name%_fuzzer}.dict"
   [[ -f $dict ]] && options+=(-dict="$dict")
+  # A target's own sanitizer options (fuzz/NAME.asan, one a line) are added
+  # to the common ones for its run only.
+  asan_options="$ASAN_OPTIONS"
+  extra="$ROOT/fuzz/${name%_fuzzer}.asan"
+  [[ -f $extra ]] && asan_options+=":$(grep -v '^#' "$extra" | paste -sd:)"
   log "fuzzing $name for ${seconds}s"
   logfile="$artifacts/$name.log"
-  if "$binary" "${options[@]}" "$work" "$seeds" > "$logfile" 2>&1; then
+  if ASAN_OPTIONS="$asan_options" "$binary" "${options[@]}" "$work" "$seeds" > "$logfile" 2>&1; then
     grep -E '^stat::number_of_executed_units|^stat::new_units_added' "$logfile" | sed "s/^/  $name /" >&2
   else
     failed+=("$name")

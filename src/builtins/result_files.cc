@@ -15,6 +15,7 @@
 #include "quorvix/math_parser.h"
 #include "quorvix/vector_file.h"
 #include "results/result_cache.h"
+#include "util/huge_pages.h"
 #include "util/search_path.h"
 
 namespace quorvix {
@@ -85,7 +86,9 @@ symtab* VectorResult(Args& args, const std::optional<std::vector<double>>& value
   if (!values || values->empty()) {
     builtins::ReduceToScalar(*v, 1.0);
   } else {
-    std::copy(values->begin(), values->end(), v->SetArray(1, static_cast<int>(values->size())));
+    double* row = v->SetArray(1, static_cast<int>(values->size()));
+    AdviseHugePages(row, values->size() * sizeof(double));
+    std::copy(values->begin(), values->end(), row);
   }
   return args.Release(v);
 }

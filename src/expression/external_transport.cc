@@ -102,13 +102,7 @@ class Channel {
       }
       if (to_child_ >= 0 && fds[1].revents != 0) WriteSome();
       if (fds[0].revents == 0) continue;
-      // Read straight into the buffer: no large array on a stack that deep
-      // evaluations share.
-      constexpr std::size_t kChunk = 1 << 16;
-      const std::size_t had = in_.size();
-      in_.resize(had + kChunk);
-      const ssize_t n = ::read(from_child_, in_.data() + had, kChunk);
-      in_.resize(had + static_cast<std::size_t>(std::max<ssize_t>(n, 0)));
+      const ssize_t n = ReadChunk(from_child_, in_);
       if (n < 0 && errno == EINTR) continue;
       if (n <= 0) {
         eof_ = true;

@@ -1,14 +1,13 @@
 #include "hdf5/hdf5_dataset.h"
 
-#include <sys/mman.h>
-#include <unistd.h>
-
 #include <array>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <utility>
 #include <vector>
+
+#include "util/huge_pages.h"
 
 namespace quorvix::hdf5 {
 
@@ -49,22 +48,12 @@ const char* ClassName(H5T_class_t c) {
   return "unknown";
 }
 
-// Sizes `out` for `n` numbers. A large buffer asks for huge pages before its
-// first touch: filling tens of megabytes costs far more in page faults than
-// in copying.
+// Sizes `out` for `n` numbers, on huge pages when it is large.
 void SizeFor(std::vector<double>& out, std::size_t n) {
-  constexpr std::size_t kHugeFrom = std::size_t{4} << 20;
-  if (n * sizeof(double) >= kHugeFrom && out.capacity() < n) {
+  if (out.capacity() < n) {
     std::vector<double>().swap(out);
     out.reserve(n);
-#ifdef MADV_HUGEPAGE
-    const auto page = static_cast<std::uintptr_t>(sysconf(_SC_PAGESIZE));
-    const auto start = reinterpret_cast<std::uintptr_t>(out.data());
-    const std::uintptr_t begin = (start + page - 1) / page * page;
-    const std::uintptr_t end = (start + n * sizeof(double)) / page * page;
-    if (page > 0 && end > begin)
-      madvise(reinterpret_cast<void*>(begin), end - begin, MADV_HUGEPAGE);
-#endif
+    AdviseHugePages(out.data(), n * sizeof(double));
   }
   out.resize(n);
 }
@@ -154,7 +143,8 @@ bool ReadStrings(hid_t type, long long count, const ReadLimits& limits, ReadFn r
 // The unit a dataset gives in a string attribute "unit" or "units"; empty
 // when it gives none. Attribute reads take no transfer list, so the cap on
 // variable-length text does not apply here; HDF5 1.10 also trusts the sizes
-// in a file's global heap, which a corrupt file can still crash it with.
+// in a file's global heap, which a damaged file can crash it with: the walk
+// that calls this runs in a child process (see the reader's Open).
 std::string UnitOf(hid_t dataset, const ReadLimits& limits) {
   for (const char* name : {"unit", "units"}) {
     if (H5Aexists(dataset, name) <= 0) continue;
@@ -200,17 +190,13 @@ bool ShapeOf(hid_t space, long long& rows, long long& columns, int& rank) {
 
 }  // namespace
 
-results::DataType DescribeDataset(const std::shared_ptr<SharedFile>& file, hid_t dataset,
-                                  const std::string& path, const ReadLimits& limits) {
-  results::DataType type_out;
-  type_out.name = path;
-  results::Request& request = type_out.requests.emplace_back();
-  request.name = path.substr(path.rfind('/') + 1);
-  auto refuse = [&](const std::string& what) {
-    Component& c = request.components.emplace_back();
-    c.name = request.name;
-    c.load = Refusal(Prefix(path) + what);
-    return type_out;
+DatasetInfo DescribeDataset(hid_t dataset, const std::string& path, const ReadLimits& limits) {
+  DatasetInfo info;
+  info.path = path;
+  auto refuse = [&](std::string what) {
+    info.refusal = std::move(what);
+    info.texts.clear();
+    return info;
   };
 
   Handle type(H5Dget_type(dataset), H5Tclose);
@@ -245,6 +231,8 @@ results::DataType DescribeDataset(const std::shared_ptr<SharedFile>& file, hid_t
     return refuse(std::to_string(columns) + " columns, more than " + std::to_string(kMaxColumns));
   if (rows > limits.elements || (columns > 0 && rows > limits.elements / columns))
     return refuse("more elements than the limit of " + std::to_string(limits.elements));
+  info.rows = rows;
+  info.columns = columns;
 
   if (cls == H5T_STRING) {
     if (columns > 0) return refuse("2-D text cannot be read");
@@ -257,29 +245,46 @@ results::DataType DescribeDataset(const std::shared_ptr<SharedFile>& file, hid_t
     if (!transfer.valid() ||
         H5Pset_vlen_mem_manager(transfer.get(), CappedAlloc, &cap, FreeVlen, nullptr) < 0)
       return refuse("cannot be described");
-    Component& c = request.components.emplace_back();
-    c.name = request.name;
+    info.text = true;
     auto read = [&](hid_t memory, void* buffer) {
       return H5Dread(dataset, memory, H5S_ALL, H5S_ALL, transfer.get(), buffer);
     };
-    if (!ReadStrings(type.get(), rows, limits, read, c.texts, transfer.get())) {
-      request.components.clear();
+    if (!ReadStrings(type.get(), rows, limits, read, info.texts, transfer.get()))
       return refuse("the text cannot be read");
-    }
-    c.length = static_cast<long long>(c.texts.size());
+    return info;
+  }
+  info.unit = UnitOf(dataset, limits);
+  return info;
+}
+
+results::DataType ToDataType(const std::shared_ptr<SharedFile>& file, DatasetInfo info) {
+  results::DataType type_out;
+  type_out.name = info.path;
+  results::Request& request = type_out.requests.emplace_back();
+  request.name = info.path.substr(info.path.rfind('/') + 1);
+  if (!info.refusal.empty()) {
+    Component& c = request.components.emplace_back();
+    c.name = request.name;
+    c.load = Refusal(Prefix(info.path) + info.refusal);
     return type_out;
   }
-
-  const std::string unit = UnitOf(dataset, limits);
-  const long long n_components = columns > 0 ? columns : 1;
+  if (info.text) {
+    Component& c = request.components.emplace_back();
+    c.name = request.name;
+    c.length = static_cast<long long>(info.texts.size());
+    c.texts = std::move(info.texts);
+    return type_out;
+  }
+  const long long n_components = info.columns > 0 ? info.columns : 1;
   request.components.reserve(static_cast<std::size_t>(n_components));
   for (long long j = 0; j < n_components; ++j) {
     Component& c = request.components.emplace_back();
-    c.name = columns > 0 ? std::to_string(j + 1) : request.name;
-    c.unit = unit;
-    c.length = rows;
-    const long long column = columns > 0 ? j : -1;
-    c.load = [file, path, rows, column](std::vector<double>& out, std::string* why) {
+    c.name = info.columns > 0 ? std::to_string(j + 1) : request.name;
+    c.unit = info.unit;
+    c.length = info.rows;
+    const long long column = info.columns > 0 ? j : -1;
+    c.load = [file, path = info.path, rows = info.rows, column](std::vector<double>& out,
+                                                                std::string* why) {
       return LoadNumbers(*file, path, rows, column, out, why);
     };
   }

@@ -8,6 +8,7 @@
 #include <cstddef>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "hdf5/hdf5_handle.h"
 #include "results/result_tree.h"
@@ -43,12 +44,27 @@ inline constexpr std::size_t kMaxChunkBytes = std::size_t{256} << 20;
 // Strings in one text dataset, which is read whole when the file is opened.
 inline constexpr long long kMaxTexts = 1'000'000;
 
-// Describes the dataset at `path` (absolute, "/group/data") of the open
-// object `dataset` as a data type named by that path with one request. Called
-// under the library guard. A dataset whose data cannot be read as numbers or
-// text is still listed; its load fails with a message saying why.
-results::DataType DescribeDataset(const std::shared_ptr<SharedFile>& file, hid_t dataset,
-                                  const std::string& path, const ReadLimits& limits);
+// What the file says of one dataset: its shape, unit and, for text, its
+// strings. Plain data, so that a child process can hand it back.
+struct DatasetInfo {
+  std::string path;     // absolute, "/group/data"
+  std::string refusal;  // why its data are not read; empty when they are
+  long long rows = 0;
+  long long columns = 0;  // 0 for data of one dimension
+  std::string unit;
+  bool text = false;
+  std::vector<std::string> texts;
+};
+
+// Describes the dataset at `path` of the open object `dataset`. Called under
+// the library guard. A dataset whose data cannot be read as numbers or text
+// is still described, with the reason.
+DatasetInfo DescribeDataset(hid_t dataset, const std::string& path, const ReadLimits& limits);
+
+// The data type the dataset becomes, named by its path with one request;
+// numbers are read from `file` when first asked for, and a refused
+// dataset's load fails with a message saying why.
+results::DataType ToDataType(const std::shared_ptr<SharedFile>& file, DatasetInfo info);
 
 }  // namespace quorvix::hdf5
 

@@ -11,7 +11,9 @@
 
 #include "hdf5/hdf5_dataset.h"
 #include "hdf5/hdf5_handle.h"
+#include "hdf5/hdf5_listing.h"
 #include "results/result_tree.h"
+#include "util/isolated_call.h"
 
 namespace quorvix::hdf5 {
 
@@ -21,12 +23,12 @@ constexpr std::string_view kSignature("\x89HDF\r\n\x1a\n", 8);
 
 // Bounds the tree a file with a vast number of tiny datasets could build.
 constexpr std::size_t kMaxDatasets = 1'000'000;
+// A walk that takes longer is taken for a library caught in a damaged file.
+constexpr double kWalkSeconds = 120;
 
 struct Walk {
-  std::shared_ptr<SharedFile> file;
   ReadLimits limits;
-  results::Subcase* subcase;
-  bool too_many = false;
+  Listing* listing;
 };
 
 herr_t VisitLink(hid_t group, const char* name, const H5L_info_t* info, void* data) {
@@ -36,13 +38,26 @@ herr_t VisitLink(hid_t group, const char* name, const H5L_info_t* info, void* da
   if (info->type != H5L_TYPE_HARD) return 0;
   Handle object(H5Oopen(group, name, H5P_DEFAULT), H5Oclose);
   if (!object.valid() || H5Iget_type(object.get()) != H5I_DATASET) return 0;
-  if (walk.subcase->types.size() >= kMaxDatasets) {
-    walk.too_many = true;
+  if (walk.listing->datasets.size() >= kMaxDatasets) {
+    walk.listing->status = WalkStatus::kTooManyDatasets;
     return 1;
   }
-  walk.subcase->types.push_back(
-      DescribeDataset(walk.file, object.get(), "/" + std::string(name), walk.limits));
+  walk.listing->datasets.push_back(
+      DescribeDataset(object.get(), "/" + std::string(name), walk.limits));
   return 0;
+}
+
+// Opens the file and describes every dataset. Called under the library
+// guard, in the child that isolates the walk.
+Listing ListFile(const std::string& path, const ReadLimits& limits) {
+  Listing listing;
+  Handle file(H5Fopen(path.c_str(), H5F_ACC_RDONLY, H5P_DEFAULT), H5Fclose);
+  if (!file.valid()) return listing;
+  listing.status = WalkStatus::kListed;
+  Walk walk{limits, &listing};
+  const herr_t status = H5Lvisit(file.get(), H5_INDEX_NAME, H5_ITER_INC, VisitLink, &walk);
+  if (status < 0 && listing.status == WalkStatus::kListed) listing.status = WalkStatus::kUnreadable;
+  return listing;
 }
 
 // HDF5 finds its superblock at 0 or after a user block of 512, 1024, 2048,
@@ -63,26 +78,49 @@ std::unique_ptr<results::ResultTree> Open(const std::string& path, const Policy&
   if (!probe) return nullptr;
   std::fclose(probe);
 
+  const ReadLimits limits{policy.limits.elements, policy.limits.string_bytes, policy.restricted};
   LibraryGuard guard;
+  // HDF5 1.10 trusts sizes and addresses in a file's metadata (global heap
+  // objects behind variable-length strings, among others) and can crash on
+  // a damaged file. The walk runs in a child: a crash there ends the child
+  // and the file is reported damaged. The tree is cached per file, so the
+  // cost of a fork is paid once per file, not per read.
+  std::string bytes;
+  Listing listing;
+  const IsolatedResult run =
+      RunIsolated([&] { return Encode(ListFile(path, limits)); }, bytes, kWalkSeconds);
+  if (run == IsolatedResult::kNoChild) {
+    listing = ListFile(path, limits);
+  } else if (run != IsolatedResult::kDone || !Decode(bytes, listing)) {
+    if (why) *why = "could not read " + path + ": the HDF5 file is damaged";
+    return nullptr;
+  }
+  switch (listing.status) {
+    case WalkStatus::kListed:
+      break;
+    case WalkStatus::kTooManyDatasets:
+      if (why) *why = path + ": more than " + std::to_string(kMaxDatasets) + " datasets";
+      return nullptr;
+    case WalkStatus::kUnreadable:
+      if (why) *why = "could not read the contents of " + path;
+      return nullptr;
+    default:
+      if (why) *why = "could not read " + path + " as an HDF5 file";
+      return nullptr;
+  }
+  // The metadata the child read without harm are read here again, the
+  // same way, for the loads of the numbers.
   const hid_t id = H5Fopen(path.c_str(), H5F_ACC_RDONLY, H5P_DEFAULT);
   if (id < 0) {
     if (why) *why = "could not read " + path + " as an HDF5 file";
     return nullptr;
   }
+  auto file = std::make_shared<SharedFile>(id);
   auto tree = std::make_unique<results::ResultTree>();
   tree->format = "hdf5";
-  Walk walk{std::make_shared<SharedFile>(id),
-            ReadLimits{policy.limits.elements, policy.limits.string_bytes, policy.restricted},
-            &tree->subcases.emplace_back()};
-  const herr_t status = H5Lvisit(walk.file->id(), H5_INDEX_NAME, H5_ITER_INC, VisitLink, &walk);
-  if (walk.too_many) {
-    if (why) *why = path + ": more than " + std::to_string(kMaxDatasets) + " datasets";
-    return nullptr;
-  }
-  if (status < 0) {
-    if (why) *why = "could not read the contents of " + path;
-    return nullptr;
-  }
+  results::Subcase& subcase = tree->subcases.emplace_back();
+  subcase.types.reserve(listing.datasets.size());
+  for (DatasetInfo& d : listing.datasets) subcase.types.push_back(ToDataType(file, std::move(d)));
   return tree;
 }
 

@@ -20,63 +20,228 @@ std::uint32_t Word(const unsigned char* p, bool big_endian) {
                           (std::uint32_t{p[1]} << 8) | p[0];
 }
 
-// The start of a variable: its tag, the array flags' tag and flags (class in
-// the low byte), the dimensions' tag and the dimensions.
-unsigned long long ContainerElements(const unsigned char* head, std::size_t n, bool big_endian) {
-  constexpr unsigned kCell = 1, kStruct = 2, kObject = 3;
-  if (n < 32) return 0;
-  const unsigned klass = Word(head + 16, big_endian) & 0xFF;
-  if (klass != kCell && klass != kStruct && klass != kObject) return 0;
-  const std::size_t dims = std::min<std::size_t>(Word(head + 28, big_endian) / 4, 8);
-  unsigned long long elements = 1;
-  for (std::size_t i = 0; i < dims && 32 + 4 * i + 4 <= n; ++i) {
-    const unsigned long long d = Word(head + 32 + 4 * i, big_endian);
-    elements = d != 0 && elements > (1ull << 62) / d ? 1ull << 62 : elements * d;
-  }
-  return elements;
-}
+// The bytes of one variable, read in order: straight from the file, or
+// inflated from a compressed variable. Read and Skip fail at the end of the
+// data, which ends the check (matio finds no more there either).
+class Source {
+ public:
+  virtual ~Source() = default;
+  virtual bool Read(unsigned char* out, std::size_t n) = 0;
+  virtual bool Skip(unsigned long long n) = 0;
+};
 
-// The first bytes of a compressed variable, inflated.
-std::size_t Inflated(std::FILE* file, long long at, long long bytes, unsigned char* out,
-                     std::size_t n) {
-  unsigned char in[256];
-  const std::size_t take = static_cast<std::size_t>(std::min<long long>(bytes, sizeof in));
-  if (!ReadAt(file, at, in, take)) return 0;
-  z_stream z{};
-  if (inflateInit(&z) != Z_OK) return 0;
-  z.next_in = in;
-  z.avail_in = static_cast<uInt>(take);
-  z.next_out = out;
-  z.avail_out = static_cast<uInt>(n);
-  inflate(&z, Z_SYNC_FLUSH);
-  const std::size_t got = n - z.avail_out;
-  inflateEnd(&z);
-  return got;
-}
+class FileSource : public Source {
+ public:
+  FileSource(std::FILE* file, long long at, long long end) : file_(file), at_(at), end_(end) {}
+  bool Read(unsigned char* out, std::size_t n) override {
+    if (at_ + static_cast<long long>(n) > end_ || !ReadAt(file_, at_, out, n)) return false;
+    at_ += static_cast<long long>(n);
+    return true;
+  }
+  bool Skip(unsigned long long n) override {
+    if (n > static_cast<unsigned long long>(end_ - at_)) return false;
+    at_ += static_cast<long long>(n);
+    return true;
+  }
+
+ private:
+  std::FILE* file_;
+  long long at_, end_;
+};
+
+class InflateSource : public Source {
+ public:
+  InflateSource(std::FILE* file, long long at, long long bytes)
+      : file_(file), at_(at), end_(at + bytes) {
+    started_ = inflateInit(&z_) == Z_OK;
+    ok_ = started_;
+  }
+  ~InflateSource() override {
+    if (started_) inflateEnd(&z_);
+  }
+  InflateSource(const InflateSource&) = delete;
+  InflateSource& operator=(const InflateSource&) = delete;
+
+  bool Read(unsigned char* out, std::size_t n) override {
+    z_.next_out = out;
+    z_.avail_out = static_cast<uInt>(n);
+    while (ok_ && z_.avail_out > 0) {
+      if (z_.avail_in == 0) {
+        const std::size_t take =
+            static_cast<std::size_t>(std::min<long long>(end_ - at_, sizeof in_));
+        if (take == 0 || !ReadAt(file_, at_, in_, take)) return ok_ = false;
+        at_ += static_cast<long long>(take);
+        z_.next_in = in_;
+        z_.avail_in = static_cast<uInt>(take);
+      }
+      const int status = inflate(&z_, Z_NO_FLUSH);
+      if (status == Z_STREAM_END && z_.avail_out > 0) return ok_ = false;
+      if (status != Z_OK && status != Z_STREAM_END && status != Z_BUF_ERROR) return ok_ = false;
+    }
+    return ok_;
+  }
+  bool Skip(unsigned long long n) override {
+    unsigned char scratch[16384];
+    for (; n > 0;) {
+      const std::size_t step =
+          static_cast<std::size_t>(std::min<unsigned long long>(n, sizeof scratch));
+      if (!Read(scratch, step)) return false;
+      n -= step;
+    }
+    return true;
+  }
+
+ private:
+  std::FILE* file_;
+  long long at_, end_;
+  unsigned char in_[16384];
+  z_stream z_{};
+  bool started_ = false;
+  bool ok_ = false;  // false from the first failure on
+};
+
+// Walks the header of one variable and every cell and struct field inside
+// it, as matio will, checking each announced count before matio sees it.
+class HeaderCheck {
+ public:
+  HeaderCheck(Source& source, bool big_endian, unsigned long long max_elements)
+      : source_(source), big_endian_(big_endian), max_elements_(max_elements) {}
+
+  // The contents of a matrix element of `budget` bytes (`beyond` more are
+  // announced past the end of the file); false when the walk ends (the data
+  // end, or damage was found).
+  bool Matrix(unsigned long long budget, int depth, unsigned long long beyond = 0) {
+    constexpr unsigned kCell = 1, kStruct = 2, kObject = 3;
+    constexpr int kMaxNesting = 64;
+    if (budget == 0) return true;
+    if (depth > kMaxNesting) return Damaged("a variable is nested too deeply");
+    Element flags, dims, name;
+    if (!Next(budget, flags) || !Next(budget, dims) || !Next(budget, name)) return false;
+    const unsigned klass = flags.data.size() >= 4 ? Word(flags.data.data(), big_endian_) & 0xFF : 0;
+    if (klass != kCell && klass != kStruct && klass != kObject) {
+      // matio sizes some data (text in UTF-8, say) by the data's own tag.
+      unsigned char tag[8];
+      if (budget < 8 || !source_.Read(tag, 8)) return false;
+      const std::uint32_t type = Word(tag, big_endian_);
+      const unsigned long long bytes = type >> 16 != 0 ? type >> 16 : Word(tag + 4, big_endian_);
+      if (bytes > budget - 8 + beyond) return Damaged("a variable's header is damaged");
+      return depth == 0 || source_.Skip(budget - 8);
+    }
+    unsigned long long count = 1;
+    for (std::size_t i = 0; i + 4 <= dims.data.size(); i += 4)
+      count = Times(count, Word(dims.data.data() + i, big_endian_));
+    if (klass != kCell) {
+      Element class_name, length, names;
+      if (klass == kObject && !Next(budget, class_name)) return false;
+      if (!Next(budget, length) || !Next(budget, names)) return false;
+      const unsigned long long each =
+          length.data.size() >= 4 ? Word(length.data.data(), big_endian_) : 0;
+      count = Times(count, each != 0 ? names.bytes / each : 0);
+    }
+    // Every cell or field takes a tag of 8 bytes at least.
+    if (count > budget / 8)
+      return Damaged("a variable announces more elements than the file holds");
+    // matio makes a record for every cell and field at every level.
+    total_ += count;
+    if (total_ > max_elements_) return Damaged("a variable announces more elements than allowed");
+    for (unsigned long long i = 0; i < count; ++i) {
+      unsigned char tag[8];
+      if (budget < 8 || !source_.Read(tag, 8)) return false;
+      budget -= 8;
+      const unsigned long long bytes = Word(tag + 4, big_endian_);
+      if (Word(tag, big_endian_) != kMatrix || bytes > budget)
+        return Damaged("a variable's header is damaged");
+      budget -= bytes;
+      if (!Matrix(bytes, depth + 1)) return false;
+    }
+    return depth == 0 || source_.Skip(budget);
+  }
+
+  const std::string& damage() const { return damage_; }
+
+ private:
+  static constexpr std::uint32_t kMatrix = 14;
+
+  struct Element {
+    unsigned long long bytes = 0;
+    std::vector<unsigned char> data;  // the first bytes, up to 64
+  };
+
+  static unsigned long long Times(unsigned long long a, unsigned long long b) {
+    constexpr unsigned long long kMost = 1ull << 62;
+    return b != 0 && a > kMost / b ? kMost : a * b;
+  }
+
+  bool Damaged(const char* why) {
+    damage_ = why;
+    return false;
+  }
+
+  // The next element inside a matrix: its tag (the small form keeps up to
+  // 4 bytes in the tag itself), its first bytes, the rest skipped with the
+  // padding to 8.
+  bool Next(unsigned long long& budget, Element& e) {
+    unsigned char tag[8];
+    if (budget < 8 || !source_.Read(tag, 8)) return false;
+    budget -= 8;
+    const std::uint32_t type = Word(tag, big_endian_);
+    if (type >> 16 != 0) {
+      e.bytes = std::min<unsigned long long>(type >> 16, 4);
+      e.data.assign(tag + 4, tag + 4 + e.bytes);
+      return true;
+    }
+    e.bytes = Word(tag + 4, big_endian_);
+    if (e.bytes > budget) return Damaged("a variable's header is damaged");
+    const unsigned long long padded = std::min(budget, (e.bytes + 7) / 8 * 8);
+    const std::size_t keep = static_cast<std::size_t>(std::min<unsigned long long>(e.bytes, 64));
+    e.data.resize(keep);
+    if (!source_.Read(e.data.data(), keep) || !source_.Skip(padded - keep)) return false;
+    budget -= padded;
+    return true;
+  }
+
+  Source& source_;
+  bool big_endian_;
+  unsigned long long max_elements_;
+  unsigned long long total_ = 0;  // cells and fields announced so far
+  std::string damage_;
+};
 
 // Version 5: after the header, each variable is a tag (type, byte count)
 // and its bytes, padded to 8 unless compressed.
-std::vector<Extent> WalkV5(std::FILE* file, long long size, bool big_endian) {
-  constexpr std::uint32_t kCompressed = 15;
+std::vector<Extent> WalkV5(std::FILE* file, long long size, bool big_endian,
+                           unsigned long long max_elements) {
+  constexpr std::uint32_t kCompressed = 15, kMatrix = 14;
+  // zlib inflates at most about 1032:1.
+  constexpr unsigned long long kMaxInflation = 1100;
   std::vector<Extent> extents;
   long long at = 128;
   unsigned char tag[8];
-  unsigned char head[64];
   while (at + 8 <= size && ReadAt(file, at, tag, 8)) {
     const long long bytes = Word(tag + 4, big_endian);
-    const bool padded = Word(tag, big_endian) != kCompressed;
+    const std::uint32_t type = Word(tag, big_endian);
+    const bool padded = type != kCompressed;
+    const long long in_file = std::min(bytes, size - at - 8);
     Extent& e = extents.emplace_back();
-    if (padded) {
-      std::copy(tag, tag + 8, head);
-      const std::size_t n = ReadAt(file, at + 8, head + 8, 56) ? 64 : 0;
-      e.container_elements = ContainerElements(head, n, big_endian);
-    } else {
-      e.container_elements =
-          ContainerElements(head, Inflated(file, at + 8, bytes, head, sizeof head), big_endian);
+    if (type == kMatrix) {
+      FileSource source(file, at + 8, at + 8 + in_file);
+      HeaderCheck check(source, big_endian, max_elements);
+      check.Matrix(static_cast<unsigned long long>(in_file), 0,
+                   static_cast<unsigned long long>(bytes - in_file));
+      e.damage = check.damage();
+    } else if (!padded) {
+      InflateSource source(file, at + 8, in_file);
+      unsigned char inner[8];
+      if (source.Read(inner, 8) && Word(inner, big_endian) == kMatrix) {
+        const unsigned long long most = static_cast<unsigned long long>(in_file) * kMaxInflation;
+        HeaderCheck check(source, big_endian, max_elements);
+        check.Matrix(std::min<unsigned long long>(Word(inner + 4, big_endian), most), 0);
+        e.damage = check.damage();
+      }
     }
     at += 8 + (padded ? (bytes + 7) / 8 * 8 : bytes);
     e.cut_short = at - (padded ? (8 - bytes % 8) % 8 : 0) > size;
-    if (e.cut_short) break;
+    if (e.cut_short || !e.damage.empty()) break;
   }
   return extents;
 }
@@ -95,12 +260,17 @@ std::vector<Extent> WalkV4(std::FILE* file, long long size) {
     if (precision > 5) break;
     const long long rows = Word(head + 4, big_endian), columns = Word(head + 8, big_endian);
     const long long parts = Word(head + 12, big_endian) ? 2 : 1;
+    // matio allocates the name's announced length before reading it.
+    if (Word(head + 16, big_endian) > size - at - 20) {
+      cut.push_back({false, "a variable's header is damaged"});
+      break;
+    }
     if (rows != 0 && columns > size / rows) {
-      cut.push_back({true, 0});
+      cut.push_back({true, {}});
       break;
     }
     at += 20 + Word(head + 16, big_endian) + rows * columns * parts * kPrecisionBytes[precision];
-    cut.push_back({at > size, 0});
+    cut.push_back({at > size, {}});
     if (cut.back().cut_short) break;
   }
   return cut;
@@ -108,12 +278,13 @@ std::vector<Extent> WalkV4(std::FILE* file, long long size) {
 
 }  // namespace
 
-std::vector<Extent> Extents(std::FILE* file, long long size, bool version5) {
+std::vector<Extent> Extents(std::FILE* file, long long size, bool version5,
+                            unsigned long long max_elements) {
   if (!version5) return WalkV4(file, size);
   // The byte-order mark "MI" reads back as "IM" when written little-endian.
   unsigned char header[128];
   if (size < 128 || !ReadAt(file, 0, header, 128)) return {};
-  return WalkV5(file, size, header[126] == 'M');
+  return WalkV5(file, size, header[126] == 'M', max_elements);
 }
 
 }  // namespace quorvix::matfile

@@ -13,6 +13,7 @@
 #include <matio.h>
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <cstdio>
 #include <map>
@@ -24,6 +25,7 @@
 #include "matio/mat_extents.h"
 #include "matio/mat_values.h"
 #include "results/result_tree.h"
+#include "util/isolated_call.h"
 
 namespace quorvix::matfile {
 
@@ -43,6 +45,9 @@ constexpr std::size_t kMaxFields = 100'000;
 // zlib inflates at most about 1032:1; a variable announcing more than that
 // over the whole file is a damaged header, not data.
 constexpr unsigned long long kMaxInflation = 1100;
+// A trial walk that takes longer is taken for a library caught in a
+// damaged file.
+constexpr double kTrialSeconds = 120;
 
 // Where a component's numbers sit: a top-level variable, the steps from it
 // into struct fields (field index, element index), and one column or all.
@@ -345,9 +350,11 @@ std::unique_ptr<results::ResultTree> Open(const std::string& path, const Policy&
   const bool sized = fstat(fileno(file), &status) == 0 && status.st_size > 0;
   MatPtr mat(sized ? Mat_Open(path.c_str(), MAT_ACC_RDONLY) : nullptr);
   const mat_ft version = mat ? Mat_GetVersion(mat.get()) : MAT_FT_UNDEFINED;
-  const std::vector<Extent> extents = mat && version != MAT_FT_MAT73
-                                          ? Extents(file, status.st_size, version == MAT_FT_MAT5)
-                                          : std::vector<Extent>();
+  const std::vector<Extent> extents =
+      mat && version != MAT_FT_MAT73
+          ? Extents(file, status.st_size, version == MAT_FT_MAT5,
+                    static_cast<unsigned long long>(std::max(policy.limits.elements, 0LL)))
+          : std::vector<Extent>();
   std::fclose(file);
   if (!mat) {
     *why = "not a MAT file: " + path;
@@ -355,16 +362,35 @@ std::unique_ptr<results::ResultTree> Open(const std::string& path, const Policy&
   }
   const unsigned long long max_bytes =
       static_cast<unsigned long long>(status.st_size) * kMaxInflation + 4096;
-  // Every cell or element takes at least a tag of 8 bytes in the stream.
+  // matio would allocate what a damaged header announces at any level.
   for (const Extent& e : extents)
-    if (e.container_elements > max_bytes / 8) {
-      *why = "mat file " + path + ": a variable announces more elements than the file holds";
+    if (!e.damage.empty()) {
+      *why = "mat file " + path + ": " + e.damage;
       return nullptr;
     }
-  TreeBuilder builder(std::make_shared<MatSource>(path), policy.limits.elements, max_bytes);
-  for (std::size_t i = 0; VarPtr info{Mat_VarReadNextInfo(mat.get())}; ++i)
-    builder.AddVariable(*info, i < extents.size() && extents[i].cut_short);
-  return builder.Finish(mat.get());
+  auto build = [&] {
+    TreeBuilder builder(std::make_shared<MatSource>(path), policy.limits.elements, max_bytes);
+    for (std::size_t i = 0; VarPtr info{Mat_VarReadNextInfo(mat.get())}; ++i)
+      builder.AddVariable(*info, i < extents.size() && extents[i].cut_short);
+    return builder.Finish(mat.get());
+  };
+  // Version 7.3 is HDF5 underneath, which can crash on a damaged file (see
+  // the HDF5 reader): the same walk runs first in a child, and only a file
+  // that it gets through is walked here.
+  if (version == MAT_FT_MAT73) {
+    std::string ignored;
+    const IsolatedResult trial = RunIsolated(
+        [&] {
+          build();
+          return std::string();
+        },
+        ignored, kTrialSeconds);
+    if (trial == IsolatedResult::kDied) {
+      *why = "mat file " + path + ": the file is damaged";
+      return nullptr;
+    }
+  }
+  return build();
 }
 
 // matio reports damaged files on standard error; the reader's message says

@@ -29,7 +29,6 @@ struct Fd {
 // deadline or past `limit` bytes; the caller then kills the child.
 bool Drain(int fd, const Deadline& deadline, std::size_t limit, const std::string& program,
            std::string& out, std::string* why) {
-  constexpr std::size_t kChunk = 1 << 16;
   for (;;) {
     pollfd p{fd, POLLIN, 0};
     const int r = ::poll(&p, 1, deadline.RemainingMs());
@@ -39,10 +38,7 @@ bool Drain(int fd, const Deadline& deadline, std::size_t limit, const std::strin
       return false;
     }
     if (r < 0) return true;  // nothing more to read; the exit status tells
-    const std::size_t had = out.size();
-    out.resize(had + kChunk);
-    const ssize_t n = ::read(fd, out.data() + had, kChunk);
-    out.resize(had + static_cast<std::size_t>(n > 0 ? n : 0));
+    const ssize_t n = ReadChunk(fd, out);
     if (n < 0 && errno == EINTR) continue;
     if (n <= 0) return true;
     if (out.size() > limit) {

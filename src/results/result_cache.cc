@@ -113,23 +113,25 @@ long long CachedFile::Length(int subcase, const Address& at) const {
   return static_cast<long long>(std::max(c->values.size(), c->texts.size()));
 }
 
+bool CachedFile::CallLoad(const Component& c, std::vector<double>& out, std::string* why) const {
+  std::string w;
+  bool ok = false;
+  try {
+    ok = c.load(out, &w);
+  } catch (const std::exception& e) {
+    w = e.what();
+  }
+  if (!ok && why != nullptr) *why = w.empty() ? "could not load " + c.name + " from " + path_ : w;
+  return ok;
+}
+
 bool CachedFile::Load(int subcase, const Address& at, std::string* why) {
   auto* c = const_cast<Component*>(Find(subcase, at));
   if (c == nullptr) return false;
   std::lock_guard hold(lock_);
   if (!c->load) return true;
   std::vector<double> values;
-  std::string w;
-  bool ok = false;
-  try {
-    ok = c->load(values, &w);
-  } catch (const std::exception& e) {
-    w = e.what();
-  }
-  if (!ok) {
-    if (why != nullptr) *why = w.empty() ? "could not load " + c->name + " from " + path_ : w;
-    return false;
-  }
+  if (!CallLoad(*c, values, why)) return false;
   c->values = std::move(values);
   c->length = static_cast<long long>(c->values.size());
   c->load = nullptr;
@@ -139,6 +141,14 @@ bool CachedFile::Load(int subcase, const Address& at, std::string* why) {
 
 bool CachedFile::Values(int subcase, const Address& at, std::vector<double>& out,
                         std::string* why) {
+  // A large component that its reader fetches cheaply goes straight to the
+  // caller and is not kept: reading it again costs what a copy out of the
+  // cache would, and the cache stays small.
+  constexpr long long kDirectFrom = 1 << 20;
+  if (const Component* c = Find(subcase, at); c != nullptr) {
+    std::lock_guard hold(lock_);
+    if (c->load && c->length >= kDirectFrom) return CallLoad(*c, out, why);
+  }
   if (!Load(subcase, at, why)) return false;
   const Component* c = Find(subcase, at);
   std::lock_guard hold(lock_);

@@ -38,8 +38,9 @@ class CachedFile {
   long long Length(int subcase, const Address& at) const;
   // Loads the component's numbers when they are not at hand yet.
   bool Load(int subcase, const Address& at, std::string* why);
-  // Copies the component's numbers into `out`, loading them first. False
-  // for an address that is not there or a load that fails.
+  // Copies the component's numbers into `out`, loading them first. A large
+  // component with a loader is loaded straight into `out` and not kept.
+  // False for an address that is not there or a load that fails.
   bool Values(int subcase, const Address& at, std::vector<double>& out, std::string* why);
   // Element `i` as text (a number in its shortest exact form, or the string
   // of a text component); false when it is not there or not loaded.
@@ -47,6 +48,8 @@ class CachedFile {
 
  private:
   const Component* Find(int subcase, const Address& at) const;
+  // Calls the component's loader; a failure or exception sets `why`.
+  bool CallLoad(const Component& c, std::vector<double>& out, std::string* why) const;
 
   std::string path_;
   long long mtime_ns_;

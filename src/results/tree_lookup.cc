@@ -34,6 +34,16 @@ bool Walk(const Subcase& subcase, Address& at, Match match) {
 }  // namespace
 
 bool FindByName(const Subcase& subcase, std::string_view name, Address& at) {
+  // One name is a data type's name first, as read(file, NAME) asks for it;
+  // only when no type has it do components and requests stand in, so a MAT
+  // variable called "all" or "1" is never taken for a column of another.
+  for (std::size_t t = 0; t < subcase.types.size(); ++t) {
+    const DataType& type = subcase.types[t];
+    if (type.name == name && !type.requests.empty() && !type.requests[0].components.empty()) {
+      at = {static_cast<int>(t), 0, 0};
+      return true;
+    }
+  }
   if (Walk(subcase, at,
            [&](const Request& r, std::size_t c) { return r.components[c].name == name; }))
     return true;
@@ -44,13 +54,6 @@ bool FindByName(const Subcase& subcase, std::string_view name, Address& at) {
           return Joined(name, r.name, sep, r.components[c].name);
         }))
       return true;
-  for (std::size_t t = 0; t < subcase.types.size(); ++t) {
-    const DataType& type = subcase.types[t];
-    if (type.name == name && !type.requests.empty() && !type.requests[0].components.empty()) {
-      at = {static_cast<int>(t), 0, 0};
-      return true;
-    }
-  }
   return false;
 }
 

@@ -17,10 +17,10 @@ struct Address {
   int component = -1;
 };
 
-// The first match in the subcase, trying in turn: a component's name; a
-// request's name (its first component); request + "." + component;
-// request + "/" + component; a data type's name (its first request's first
-// component). False when nothing matches.
+// The first match in the subcase, trying in turn: a data type's name (its
+// first request's first component); a component's name; a request's name
+// (its first component); request + "." + component; request + "/" +
+// component. False when nothing matches.
 bool FindByName(const Subcase& subcase, std::string_view name, Address& at);
 
 // The component at the address, or null when any index is out of range.

@@ -105,6 +105,15 @@ bool ReapChild(pid_t pid, const Deadline& deadline, int* status) {
   return false;
 }
 
+ssize_t ReadChunk(int fd, std::string& out) {
+  constexpr std::size_t kChunk = 1 << 16;
+  const std::size_t had = out.size();
+  out.resize(had + kChunk);
+  const ssize_t n = ::read(fd, out.data() + had, kChunk);
+  out.resize(had + static_cast<std::size_t>(n > 0 ? n : 0));
+  return n;
+}
+
 SigpipeBlock::SigpipeBlock() {
   sigset_t pipe_only;
   sigemptyset(&pipe_only);

@@ -66,6 +66,12 @@ class SigpipeBlock {
   bool was_pending_ = false;
 };
 
+// Appends what one read() of `fd` gives, up to 64 KiB, to `out` (read
+// straight into the string: no large array on a stack that deep
+// evaluations share). The read's result: bytes read, 0 at the end, -1 on
+// an error with errno set (EINTR included, for the caller to retry).
+ssize_t ReadChunk(int fd, std::string& out);
+
 // Both ends of a pipe, close-on-exec, closed by the destructor.
 struct Pipe {
   int read = -1;

@@ -226,6 +226,23 @@ TEST_F(Hdf5ReaderTest, BadFilesGiveAMessage) {
   std::filesystem::resize_file(path, std::filesystem::file_size(path) - 100);
   EXPECT_FALSE(Open(path, &why));
   EXPECT_EQ(why, "could not read " + path + " as an HDF5 file");
+  // A unit whose text in the global heap claims a megabyte: HDF5 crashes on
+  // it, in the child that walks the file, and the host lives on.
+  const std::string heap = (dir_ / "heap.h5").string();
+  const hid_t f = H5Fcreate(heap.c_str(), H5F_ACC_TRUNC, H5P_DEFAULT, H5P_DEFAULT);
+  const double t[] = {1, 2};
+  Put(f, "t", H5T_IEEE_F64LE, H5T_NATIVE_DOUBLE, {2}, t);
+  PutText(f, "t", "unit", "s", true);
+  H5Fclose(f);
+  std::string bytes = qt::ReadFile(heap);
+  // "GCOL", version, 3 reserved, the collection's size (8), then the first
+  // object: index (2), references (2), reserved (4), size (8).
+  const std::size_t collection = bytes.find("GCOL");
+  ASSERT_NE(collection, std::string::npos);
+  bytes.replace(collection + 24, 8, std::string("\0\0\x10\0\0\0\0\0", 8));
+  Write("heap.h5", bytes);
+  EXPECT_FALSE(Open(heap, &why));
+  EXPECT_EQ(why, "could not read " + heap + ": the HDF5 file is damaged");
   EXPECT_FALSE(Open((dir_ / "missing.h5").string(), &why));
   EXPECT_EQ(why, "could not open " + (dir_ / "missing.h5").string());
 }

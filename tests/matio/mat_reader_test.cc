@@ -3,6 +3,7 @@
 // values and texts, and damaged or refused files.
 #ifdef QUORVIX_HAVE_MATIO
 #include <matio.h>
+#include <zlib.h>
 
 #include <cstring>
 #include <filesystem>
@@ -261,6 +262,38 @@ TEST_F(MatReaderFileTest, AnnouncedSizesAreCheckedBeforeReading) {
   EXPECT_FALSE(Open(cells, &why));
   EXPECT_EQ(why, "mat file " + cells + ": a variable announces more elements than the file holds");
 
+  // The same inside a struct, plain and compressed: s.c announces 2^62 cells.
+  const std::string nested = (dir_ / "nested.mat").string();
+  {
+    MatWriter w(nested, MAT_FT_MAT5, MAT_COMPRESSION_NONE);
+    size_t dims[2] = {1, 1};
+    const char* fields[] = {"c", nullptr};
+    matvar_t* s = Mat_VarCreateStruct2("s", 2, dims, fields);
+    matvar_t* c = Mat_VarCreate(nullptr, MAT_C_CELL, MAT_T_CELL, 2, dims, nullptr, 0);
+    Mat_VarSetCell(c, 0, Text(nullptr, "a"));
+    Mat_VarSetStructFieldByName(s, "c", 0, c);
+    w.Add(s);
+  }
+  bytes = qt::ReadFile(nested);
+  const std::size_t inner = bytes.find(std::string("\1\0\0\0\1\0\0\0", 8), 168);
+  ASSERT_NE(inner, std::string::npos);
+  bytes.replace(inner, 8, std::string("\xff\xff\xff\x7f\xff\xff\xff\x7f", 8));
+  std::ofstream(nested, std::ios::binary) << bytes;
+  EXPECT_FALSE(Open(nested, &why));
+  EXPECT_EQ(why, "mat file " + nested + ": a variable announces more elements than the file holds");
+  // Compressed: a tag of type 15 and the deflated variable after the header.
+  std::string deflated(compressBound(bytes.size() - 128), '\0');
+  uLongf length = deflated.size();
+  ASSERT_EQ(compress(reinterpret_cast<Bytef*>(deflated.data()), &length,
+                     reinterpret_cast<const Bytef*>(bytes.data() + 128), bytes.size() - 128),
+            Z_OK);
+  const std::uint32_t tag[2] = {15, static_cast<std::uint32_t>(length)};
+  const std::string zipped = Write(
+      "nested_z.mat", bytes.substr(0, 128) + std::string(reinterpret_cast<const char*>(tag), 8) +
+                          deflated.substr(0, length));
+  EXPECT_FALSE(Open(zipped, &why));
+  EXPECT_EQ(why, "mat file " + zipped + ": a variable announces more elements than the file holds");
+
   quorvix::Policy two;
   two.limits.elements = 2;
   tree = Open(SmallV5("three.mat"), &why, two);
@@ -303,6 +336,9 @@ TEST_F(MatThroughRead, VariablesFieldsAndColumns) {
     double re[] = {1}, im[] = {2};
     mat_complex_split_t z = {re, im};
     w.Add(Mat_VarCreate("z", MAT_C_DOUBLE, MAT_T_DOUBLE, 2, one, &z, MAT_F_COMPLEX));
+    // Named like M's components: the variables win.
+    w.Add(Vector<double>("all", MAT_C_DOUBLE, MAT_T_DOUBLE, {9}));
+    w.Add(Vector<double>("1", MAT_C_DOUBLE, MAT_T_DOUBLE, {5, 6}));
   }
   const std::string file = "read(\"" + path + "\", ";
   EXPECT_EQ(Eval(file + "\"s.f\")"), "-7, 8");
@@ -310,6 +346,8 @@ TEST_F(MatThroughRead, VariablesFieldsAndColumns) {
   EXPECT_EQ(Eval(file + "\"M\", \"data\", \"3\")"), "3, 6");
   EXPECT_EQ(Eval(file + "0, 0, 2)"), "2, 5");
   EXPECT_EQ(Eval(file + "\"z\")"), "1");
+  EXPECT_EQ(Eval(file + "\"all\")"), "9");
+  EXPECT_EQ(Eval(file + "\"1\")"), "5, 6");
 }
 
 }  // namespace

@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 
 #include "quorvix/reader_lists.h"
+#include "results/result_cache.h"
 #include "results/result_tree.h"
 #include "results/tree_lookup.h"
 #include "support/support.h"
@@ -174,6 +175,25 @@ TEST_F(RegisteredReaders, ImportTemplateErrors) {
   std::string why;
   EXPECT_EQ(Open("import template", Write("d.pair", "1\n"), &why), nullptr);
   EXPECT_EQ(why, "import template " + bad + ": Syntax error in expression: nosuchfunction(1)");
+}
+
+TEST_F(RegisteredReaders, ImportTemplateReadingItsOwnKindStopsAtTheFillLimit) {
+  // Each level reads the file again and adds 1; a level takes two steps of
+  // nesting (the open and its fill), so a limit of 6 lets three levels
+  // through, the fourth reads nothing (1) and the first gives 4.
+  const std::string self = Write("self.tpl", "v\n{read(filename, \"v\") + 1}\n");
+  VectorFileList::AddTemplateReader(self, nullptr, "self");
+  const std::string data = Write("d.self", "\n");
+  Policy policy;
+  policy.limits.fills = 6;
+  std::string why;
+  auto tree = Format("import template").open(data, policy, &why);
+  ASSERT_NE(tree, nullptr) << why;
+  EXPECT_EQ(Find(*tree, 0, "v").values, std::vector<double>{4});
+  policy.limits.fills = 0;
+  EXPECT_EQ(Format("import template").open(data, policy, &why), nullptr);
+  EXPECT_EQ(why, "import template " + self + " nested too deeply (limit 0)");
+  ClearResultCache();
 }
 
 TEST_F(RegisteredReaders, SamplePlugin) {
