@@ -47,12 +47,12 @@ class Bytes {
   std::size_t at_ = 0;
 };
 
-const char* const kNumbers[] = {"0", "1", "2", "-1", "0.5", "3", "1e308", "1e-308", "2.5", "10",
-                                "0.1", "1e-5", "7", "100", "0.0", "-0.5"};
+const char* const kNumbers[] = {"0",   "1",  "2",   "-1",   "0.5", "3",   "1e308", "1e-308",
+                                "2.5", "10", "0.1", "1e-5", "7",   "100", "0.0",   "-0.5"};
 const char* const kVariables[] = {"a", "b", "c", "d"};
-const char* const kBinary[] = {"+", "-", "*", "/", "^", "==", "!=", "<", ">",
-                               "<=", ">=", "&&", "||", "%", "+", "*"};
-const char* const kUnary[] = {"sin", "cos", "tan", "sqrt", "abs", "exp", "log", "log10",
+const char* const kBinary[] = {"+", "-",  "*",  "/",  "^",  "==", "!=", "<",
+                               ">", "<=", ">=", "&&", "||", "%",  "+",  "*"};
+const char* const kUnary[] = {"sin",   "cos",  "tan",  "sqrt", "abs",  "exp",  "log",  "log10",
                               "floor", "ceil", "asin", "acos", "atan", "sinh", "tanh", "int"};
 const char* const kBinaryCalls[] = {"pow", "max", "min", "atan2"};
 
