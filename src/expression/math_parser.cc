@@ -210,20 +210,23 @@ static int LeadingBlanks(const char* p) {
 
 symtab* MathParser::Evaluate(char* text) {
   const char* source = text ? text : "";
-  const std::size_t length = std::strlen(source);
-  StoreExpressionText(source, length);
+  // The copy that error reports quote is rewritten only when the text
+  // differs from the last one (a text evaluated over and over is the case
+  // this path is for).
+  if (expression_text_ == nullptr || std::strcmp(expression_text_, source) != 0)
+    StoreExpressionText(source, std::strlen(source));
   // The text evaluated last, again: its tree is at hand without a lookup.
-  const std::string_view given(expression_text_, length);
-  quorvix::ParsedTree* seen = quorvix::LastParsedText(given, allow_escape_characters_);
+  quorvix::ParsedTree* seen = quorvix::LastParsedText(source, allow_escape_characters_);
   bool tried = false;
   if (seen != nullptr) {
     if (symtab* result = quorvix::EvaluateCompiled(*seen, *this, tried))
       return last_result_ = result;
   }
-  const int skip = LeadingBlanks(expression_text_);
+  const int skip = LeadingBlanks(source);
   return Guarded(skip, [&] {
     quorvix::ParsePin pin;
-    quorvix::ParsedTree& tree = quorvix::ParseText(given, skip, allow_escape_characters_);
+    quorvix::ParsedTree& tree =
+        quorvix::ParseText(std::string_view(source), skip, allow_escape_characters_);
     return EvaluateParsed(*this, tree, tried && &tree == seen);
   });
 }

@@ -1,5 +1,6 @@
 #include "expression/parse_cache.h"
 
+#include <cstring>
 #include <string>
 #include <unordered_map>
 
@@ -113,11 +114,11 @@ std::shared_ptr<ParsedTree> ParseExpression(std::string_view text, bool escapes)
   return tree;
 }
 
-ParsedTree* LastParsedText(std::string_view text, bool escapes) {
+ParsedTree* LastParsedText(const char* text, bool escapes) {
   Cache& cache = TheCache();
   const int k = escapes ? 1 : 0;
   if (!cache.given_tree[k] || cache.registry_generation != MathParser::RegistryGeneration() ||
-      cache.given_text[k] != text)
+      std::strcmp(cache.given_text[k].c_str(), text) != 0)
     return nullptr;
   return cache.given_tree[k].get();
 }
@@ -127,7 +128,7 @@ ParsedTree& ParseText(std::string_view text, int skip, bool escapes) {
   const int k = escapes ? 1 : 0;
   if (cache.enabled) {
     CheckRegistry(cache);
-    if (ParsedTree* seen = LastParsedText(text, escapes)) return *seen;
+    if (cache.given_tree[k] && cache.given_text[k] == text) return *cache.given_tree[k];
   }
   std::shared_ptr<ParsedTree> tree = ParseExpression(text.substr(skip), escapes);
   ParsedTree& result = *tree;

@@ -37,10 +37,10 @@ std::shared_ptr<ParsedTree> ParseExpression(std::string_view text, bool escapes)
 // ParseExpression.
 ParsedTree& ParseText(std::string_view text, int skip, bool escapes);
 
-// The tree of ParseText's last hit or parse when `text` is that same text
-// and nothing has changed the parse since; null otherwise. Valid until the
-// cache is next used.
-QUORVIX_INTERNAL ParsedTree* LastParsedText(std::string_view text, bool escapes);
+// The tree of ParseText's last hit or parse when the NUL-terminated `text`
+// is that same text and nothing has changed the parse since; null
+// otherwise. Valid until the cache is next used.
+QUORVIX_INTERNAL ParsedTree* LastParsedText(const char* text, bool escapes);
 
 // Marks an evaluation of trees handed out by ParseText.
 class ParsePin {

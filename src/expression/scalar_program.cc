@@ -317,6 +317,10 @@ bool ScalarProgram::Run(const MathParser& parser, double& out) {
 
   goto* kTargets[ip->op];
 end:
+  // Which NaN an operation on two NaNs gives (its sign shows in the output)
+  // depends on the order in which the compiler placed the operands, so a
+  // NaN result is left to the tree.
+  if (top != top) return false;
   out = top;
   return true;
 constant:
@@ -396,7 +400,7 @@ bool EvaluateScalar(ParsedTree& tree, const MathParser& parser, bool tried, doub
     if (RunProgram(tree, parser, out)) return true;
   }
   if (tree.program || g_force_tree || tree.scalar_failures >= kMaxScalarFailures) return false;
-  if (tree.root->evaluateScalar(out)) {
+  if (tree.root->evaluateScalar(out) && out == out) {  // a NaN as in Run
     tree.scalar_failures = 0;
     return true;
   }

@@ -8,8 +8,9 @@
 // with exactly the arithmetic of the tree's scalar path. It never reports:
 // whenever a value is not a plain scalar (a variable that is missing, an
 // array or strings) or an operation would take the general path (a division
-// by zero, a power outside the reals), Run gives up with nothing changed and
-// the caller evaluates the tree, which gives the value or the message.
+// by zero, a power outside the reals) or the result is a NaN, Run gives up
+// with nothing changed and the caller evaluates the tree, which gives the
+// value or the message.
 #ifndef QUORVIX_EXPRESSION_SCALAR_PROGRAM_H
 #define QUORVIX_EXPRESSION_SCALAR_PROGRAM_H
 
