@@ -70,17 +70,23 @@ void Expression(Bytes& in, int depth, std::string& out) {
     case 1:
       out += Pick(in, kVariables);
       return;
+    // Blanks around operators and parentheses after a minus: "a--b" or
+    // "--a" would be a decrement, whose side effect the second evaluation
+    // would see.
     case 2:
     case 3:
       out += '(';
       Expression(in, depth + 1, out);
+      out += ' ';
       out += Pick(in, kBinary);
+      out += ' ';
       Expression(in, depth + 1, out);
       out += ')';
       return;
     case 4:
-      out += "-";
+      out += "-(";
       Expression(in, depth + 1, out);
+      out += ')';
       return;
     case 5:
     case 6:
