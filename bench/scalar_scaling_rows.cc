@@ -82,12 +82,12 @@ bool ScalarScalingRows(int number, long evaluations, int runs) {
     }
     // Linear growth: each step's added nodes cost what the step before's did.
     const double ns = best * 1e9;
-    const std::string label =
-        (nodes == 3 ? std::to_string(number) + " " : std::string("  ")) + "scalar formula, " +
-        std::to_string(nodes) + " nodes";
+    const std::string label = (nodes == 3 ? std::to_string(number) + " " : std::string("  ")) +
+                              "scalar formula, " + std::to_string(nodes) + " nodes";
     char step[96] = "";
     if (nodes != 3)
-      std::snprintf(step, sizeof step, "%.2f ns per added node", (ns - last_ns) / (nodes - last_nodes));
+      std::snprintf(step, sizeof step, "%.2f ns per added node",
+                    (ns - last_ns) / (nodes - last_nodes));
     std::printf("%-28s %-8s %10.1f  %s\n", label.c_str(), "ns/eval", ns, step);
     last_ns = ns;
     last_nodes = nodes;
