@@ -23,6 +23,7 @@
 #include "extern_rows.h"
 #include "filter_rows.h"
 #include "fitting_rows.h"
+#include "linalg_rows.h"
 #include "resampling_rows.h"
 #include "scalar_scaling_rows.h"
 #include "short_time_rows.h"
@@ -782,7 +783,10 @@ int main(int argc, char** argv) {
   std::printf("\n");
   honest &= bench::ExternRows(12, QUORVIX_EXTERN_RESPONDER, 100, o.runs);
   std::printf("\n");
-  honest &= bench::ScalarScalingRows(13, n_scalar / 10, o.runs);
+  honest &= bench::LinalgRows(13, o.numpy ? o.python : "", QUORVIX_BENCH_DIR "/linalg_peer.py",
+                              std::min(o.vector_reps, 10));
+  std::printf("\n");
+  honest &= bench::ScalarScalingRows(14, n_scalar / 10, o.runs);
   std::printf("results %s\n", peers ? (honest ? "agree across contenders (checksums, sampled "
                                                 "elements bit for bit)"
                                               : "DISAGREE (see above)")

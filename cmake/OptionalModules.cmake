@@ -26,6 +26,7 @@ if(HDF5_FOUND AND NOT TARGET quorvix::hdf5)
   target_link_libraries(quorvix::hdf5 INTERFACE ${HDF5_LIBRARIES})
 endif()
 
+include(${PROJECT_SOURCE_DIR}/cmake/PythonInterpreter.cmake)
 find_package(Python3 QUIET COMPONENTS Interpreter Development.Module)
 find_package(pybind11 CONFIG QUIET)
 

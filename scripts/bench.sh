@@ -47,6 +47,10 @@ targets=(quorvix_compare quorvix_deck quorvix_doe_bench quorvix_results_bench)
 hdf5_bench=0
 cmake --build "$build" --target help 2>/dev/null | grep -q quorvix_hdf5_bench && hdf5_bench=1
 [[ $hdf5_bench == 1 ]] && targets+=(quorvix_hdf5_bench)
+# The Python module against the C++ API: built with the module only.
+python_bench=0
+cmake --build "$build" --target help 2>/dev/null | grep -q quorvix_python && python_bench=1
+[[ $python_bench == 1 ]] && targets+=(quorvix_python quorvix_eval_api_bench)
 cmake --build "$build" -j2 --target "${targets[@]}"
 
 # The first interpreter that has numpy (a pyenv shim may hide the system one).
@@ -82,6 +86,12 @@ if [[ $hdf5_bench == 1 ]]; then
   done
   echo
   "$build/bench/quorvix_hdf5_bench" --python "${h5python:-false}"
+fi
+
+if [[ $python_bench == 1 && -n $python ]]; then
+  echo
+  PYTHONPATH="$build/bindings/python" "$python" "$root/bench/python_bench.py" \
+    "$build/bench/quorvix_eval_api_bench"
 fi
 
 if [[ $micro == 1 ]]; then

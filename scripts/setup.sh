@@ -30,7 +30,8 @@ PACKAGES=(
   libgtest-dev libgmock-dev libbenchmark-dev
   tcl-dev libpcre2-dev libeigen3-dev libmatio-dev libhdf5-dev pybind11-dev python3-dev
   clang-format libmuparser-dev
-  python3 python3-numpy python3-jinja2
+  python3 python3-numpy python3-jinja2 python3-pytest
+  dpkg-dev file  # cpack's Debian package: dpkg-shlibdeps finds its Depends
 )
 
 usage() { sed -n '2,/^set -euo/{/^set -euo/d;s/^# \{0,1\}//;p}' "${BASH_SOURCE[0]}"; }

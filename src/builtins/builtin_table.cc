@@ -9,44 +9,52 @@
 namespace quorvix {
 
 namespace {
-std::vector<BuiltinFamily>& LaterFamilies() {
-  static std::vector<BuiltinFamily> families;
+std::vector<TitledBuiltinFamily>& LaterFamilies() {
+  static std::vector<TitledBuiltinFamily> families;
   return families;
 }
 }  // namespace
 
-void AddBuiltinFamily(BuiltinFamily family) { LaterFamilies().push_back(family); }
+void AddBuiltinFamily(BuiltinFamily family, const char* title) {
+  LaterFamilies().push_back({title, family});
+}
+
+std::vector<TitledBuiltinFamily> TitledBuiltinFamilies() {
+  static constexpr TitledBuiltinFamily kFamilies[] = {
+      {"Elementary math", ElementaryBuiltins},
+      {"Linear algebra", LinalgBuiltins},
+      {"Files and paths", FileBuiltins},
+      {"System and evaluation", SystemBuiltins},
+      {"Vector construction", VectorConstructionBuiltins},
+      {"Reductions and statistics", ReductionBuiltins},
+      {"Curve measures", CurveMeasureBuiltins},
+      {"Text", TextBuiltins},
+      {"Time and date", TimeDateBuiltins},
+      {"Sorting, sets and variables", ValueBuiltins},
+      {"Interpolation", InterpolationBuiltins},
+      {"Polynomials", PolynomialBuiltins},
+      {"Curve fitting", CurveFittingBuiltins},
+      {"Nonlinear fitting", NonlinearFitBuiltins},
+      {"Transforms", TransformBuiltins},
+      {"Spectra", SpectrumBuiltins},
+      {"Windows", WindowBuiltins},
+      {"Weighting", WeightingBuiltins},
+      {"Resampling", ResamplingBuiltins},
+      {"Filtering", FilteringBuiltins},
+      {"Data reduction and alignment", AlignmentBuiltins},
+      {"Short-time analysis", ShortTimeBuiltins},
+      {"Segments over time and speed", SegmentBuiltins},
+      {"External functions", ExternalBuiltins},
+      {"Result files", ResultFileBuiltins},
+  };
+  std::vector<TitledBuiltinFamily> all(std::begin(kFamilies), std::end(kFamilies));
+  all.insert(all.end(), LaterFamilies().begin(), LaterFamilies().end());
+  return all;
+}
 
 std::vector<BuiltinFamily> AllBuiltinFamilies() {
-  static constexpr BuiltinFamily kFamilies[] = {
-      ElementaryBuiltins,
-      LinalgBuiltins,
-      FileBuiltins,
-      SystemBuiltins,
-      VectorConstructionBuiltins,
-      ReductionBuiltins,
-      CurveMeasureBuiltins,
-      TextBuiltins,
-      TimeDateBuiltins,
-      ValueBuiltins,
-      InterpolationBuiltins,
-      PolynomialBuiltins,
-      CurveFittingBuiltins,
-      NonlinearFitBuiltins,
-      TransformBuiltins,
-      SpectrumBuiltins,
-      WindowBuiltins,
-      WeightingBuiltins,
-      ResamplingBuiltins,
-      FilteringBuiltins,
-      AlignmentBuiltins,
-      ShortTimeBuiltins,
-      SegmentBuiltins,
-      ExternalBuiltins,
-      ResultFileBuiltins,
-  };
-  std::vector<BuiltinFamily> all(std::begin(kFamilies), std::end(kFamilies));
-  all.insert(all.end(), LaterFamilies().begin(), LaterFamilies().end());
+  std::vector<BuiltinFamily> all;
+  for (const TitledBuiltinFamily& f : TitledBuiltinFamilies()) all.push_back(f.rows);
   return all;
 }
 

@@ -64,11 +64,18 @@ void RegisterBuiltins();
 
 // Adds a family from a higher layer (the template engine's `fill`), which
 // this layer cannot name; called when the library is loaded, before any
-// parser registers the table.
+// parser registers the table. The title heads the family in the reference.
 using BuiltinFamily = std::span<const BuiltinEntry> (*)();
-void AddBuiltinFamily(BuiltinFamily family);
+void AddBuiltinFamily(BuiltinFamily family, const char* title);
+
+// A family with the title of its group in the reference ("Text").
+struct TitledBuiltinFamily {
+  const char* title;
+  BuiltinFamily rows;
+};
 
 // Every family, this layer's first, then the ones added from above.
+std::vector<TitledBuiltinFamily> TitledBuiltinFamilies();
 std::vector<BuiltinFamily> AllBuiltinFamilies();
 
 }  // namespace quorvix

@@ -144,7 +144,7 @@ constexpr BuiltinEntry kReductionBuiltins[] = {
     {"rms",           Reduce<kRms>,           1, kNone, nullptr,
      "rms(v)", "root mean square of the elements of v", "rms({3, 4})", true},
     {"skewness",      Reduce<kSkewness>,      1, kNone, nullptr,
-     "skewness(v)", "sample skewness of the elements of v", "skewness({1, 2, 3, 10})", true},
+     "skewness(v)", "mean cubed deviation of v over the cube of its sample standard deviation (divisor n - 1)", "skewness({1, 2, 3, 10})", true},
     {"sum",           Reduce<kSum>,           1, kNone, nullptr,
      "sum(v)", "sum of all elements of v", "sum({1, 2, 3, 4})", true},
     {"variance",      Reduce<kVariance>,      1, kNone, nullptr,

@@ -187,7 +187,7 @@ bool CreateInterpreter() {
 }
 
 const bool g_tcl_installed = [] {
-  AddBuiltinFamily(&TclBuiltins);
+  AddBuiltinFamily(&TclBuiltins, "Tcl");
   TclHooks& hooks = InstalledTclHooks();
   hooks.make_stream = &MakeTclStream;
   hooks.create_interpreter = &CreateInterpreter;

@@ -55,8 +55,12 @@ int Engine::fill_brace() {
     } else {
       int (Engine::*handler)() = &Engine::fill_brace_expr;
       statement_start_ = read_pos_;
+      // Keywords are whole words of word characters: only those as long as
+      // the word here can match, which spares comparing the others.
+      std::size_t word = 0;
+      while (IsWordChar(read_pos_[word])) ++word;
       for (const StatementEntry& entry : StatementsForLetter(lower)) {
-        if (MatchKeyword(read_pos_, entry.row.keyword)) {
+        if (entry.length == word && std::memcmp(read_pos_, entry.row.keyword, word) == 0) {
           handler = entry.row.handler;
           read_pos_ += entry.length;  // the handler starts behind its keyword
           break;

@@ -8,6 +8,7 @@
 #include "template/engine_types.h"
 #include "template/expression_cache.h"
 #include "template/text_scan.h"
+#include "util/chunked_output.h"
 #include "util/output_stream.h"
 #include "util/run_budget.h"
 #include "util/search_path.h"
@@ -122,13 +123,13 @@ char* Engine::p_Fill(char** errors) {
 }
 
 char* Engine::FillText(const char* text, char** errors) {
-  ostrstream_fast out;
+  ochunkedstream_fast out;
   if (!FillTextInto(out, text, errors)) return nullptr;
   return out.str();
 }
 
 char* Engine::FillFile(const char* path, char** errors) {
-  ostrstream_fast out;
+  ochunkedstream_fast out;
   if (!FillFileInto(out, path, errors)) return nullptr;
   return out.str();
 }

@@ -69,7 +69,7 @@ constexpr BuiltinEntry kFillBuiltins[] = {
 
 std::span<const BuiltinEntry> FillBuiltins() { return kFillBuiltins; }
 
-const bool g_fill_registered = (AddBuiltinFamily(&FillBuiltins), true);
+const bool g_fill_registered = (AddBuiltinFamily(&FillBuiltins, "Templates"), true);
 
 }  // namespace
 }  // namespace quorvix

@@ -114,43 +114,116 @@ bool FastG(double value, std::string& out) {
   return false;
 }
 
-// The plain conversions "%g", "%f", "%e" and "%d" are the common case of
-// template output; to_chars writes the same bytes as printf for them, much
-// faster. Returns false for any other format.
-bool FastFormat(double value, const char* format, std::string& out) {
-  if (format[0] != '%' || format[1] == '\0' || format[2] != '\0') return false;
-  char buf[64];
-  std::to_chars_result r{};
-  switch (format[1]) {
-    case 'g':
-      if (FastG(value, out)) return true;
-      r = std::to_chars(buf, buf + sizeof buf, value, std::chars_format::general, 6);
+// A printf conversion that to_chars can write byte for byte: optional '-'
+// flag, optional width, optional precision, then e, f, g (either case) or
+// d/i without a precision. Anything else (other flags, a '0' flag with a
+// width, length modifiers, trailing text) is left to printf.
+struct SimpleConversion {
+  bool left = false;
+  int width = 0;
+  int precision = -1;  // none given
+  char conversion = 0;
+};
+
+bool ParseSimple(const char* f, SimpleConversion& c) {
+  if (*f++ != '%') return false;
+  bool zero = false;
+  for (;; ++f) {
+    if (*f == '-')
+      c.left = true;
+    else if (*f == '0')
+      zero = true;
+    else
       break;
-    case 'f':
-      if (!(value > -1e15 && value < 1e15)) return false;  // long or special texts: printf
-      r = std::to_chars(buf, buf + sizeof buf, value, std::chars_format::fixed, 6);
-      break;
+  }
+  auto number = [&f](int& into) {
+    into = 0;
+    for (; *f >= '0' && *f <= '9'; ++f) {
+      into = into * 10 + (*f - '0');
+      if (into > 4096) return false;
+    }
+    return true;
+  };
+  if (!number(c.width)) return false;
+  if (zero && c.width > 0) return false;  // zero padding: printf
+  if (*f == '.') {
+    ++f;
+    if (!number(c.precision)) return false;
+  }
+  c.conversion = *f;
+  if (c.conversion == '\0' || f[1] != '\0') return false;
+  switch (c.conversion) {
     case 'e':
-      r = std::to_chars(buf, buf + sizeof buf, value, std::chars_format::scientific, 6);
-      break;
+    case 'E':
+    case 'f':
+    case 'F':
+    case 'g':
+    case 'G':
+      return true;
     case 'd':
-      if (!(value > -2147483648.0 && value < 2147483648.0)) return false;
-      r = std::to_chars(buf, buf + sizeof buf, static_cast<int>(value));
-      break;
+    case 'i':
+      return c.precision < 0;
     default:
       return false;
   }
-  if (r.ec != std::errc()) return false;
-  // printf spells the special values without a sign for NaN's payload.
-  if (!(value == value) || value == 1.0 / 0.0 || value == -1.0 / 0.0) return false;
-  out.append(buf, static_cast<std::size_t>(r.ptr - buf));
+}
+
+// Writes `value` by the conversion into [buf, end); null when it does not
+// fit. The special values are printf's to spell.
+char* ToChars(double value, const SimpleConversion& c, char* buf, char* end) {
+  std::to_chars_result r{};
+  const int precision = c.precision < 0 ? 6 : c.precision;
+  switch (c.conversion) {
+    case 'd':
+    case 'i':
+      r = std::to_chars(buf, end, Truncate(value));
+      break;
+    case 'e':
+    case 'E':
+      r = std::to_chars(buf, end, value, std::chars_format::scientific, precision);
+      break;
+    case 'f':
+    case 'F':
+      r = std::to_chars(buf, end, value, std::chars_format::fixed, precision);
+      break;
+    default:
+      r = std::to_chars(buf, end, value, std::chars_format::general, precision);
+      break;
+  }
+  if (r.ec != std::errc()) return nullptr;
+  if (c.conversion == 'E' || c.conversion == 'G')
+    for (char* p = buf; p < r.ptr; ++p)
+      if (*p == 'e') *p = 'E';
+  return r.ptr;
+}
+
+// The conversions of template output without printf. Plain "%g" has its own
+// faster path; the others go through to_chars, which writes exactly printf's
+// bytes for finite values. Returns false when printf must write the value.
+bool FastFormat(double value, const char* format, char letter, std::string& out) {
+  if (letter == 'g' && format[0] == '%' && format[1] == 'g' && format[2] == '\0' &&
+      FastG(value, out))
+    return true;
+  SimpleConversion c;
+  if (!ParseSimple(format, c) || c.conversion != letter) return false;
+  const bool integral = c.conversion == 'd' || c.conversion == 'i';
+  if (!integral && !std::isfinite(value)) return false;
+  if (c.conversion == 'g' && c.precision < 0 && c.width == 0 && FastG(value, out)) return true;
+  char buf[160];
+  const char* end = ToChars(value, c, buf, buf + sizeof buf);
+  if (end == nullptr) return false;
+  const auto n = static_cast<std::size_t>(end - buf);
+  const std::size_t pad = static_cast<std::size_t>(c.width) > n ? c.width - n : 0;
+  if (!c.left) out.append(pad, ' ');
+  out.append(buf, n);
+  if (c.left) out.append(pad, ' ');
   return true;
 }
 
 }  // namespace
 
 bool FormatDouble(double value, const char* format, char letter, std::string& out) {
-  if (format[0] == '%' && format[1] == letter && FastFormat(value, format, out)) return true;
+  if (FastFormat(value, format, letter, out)) return true;
   switch (letter) {
     case 'e':
     case 'f':

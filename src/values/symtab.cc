@@ -32,6 +32,65 @@ constexpr bool kPoolRecords = true;
 constexpr bool kPoolRecords = true;
 #endif
 
+// Freed arrays kept for the next array of the same element count, so that
+// an array expression evaluated again reuses memory whose pages are already
+// mapped instead of faulting in fresh ones (and zeroing them) every time.
+// Small arrays are left to malloc; the cache holds at most kCachedArrays
+// arrays and kCachedBytes bytes, the oldest leaving first. Arrays come from
+// new[] as before, so a host may still delete[] any record's data.
+class ArrayCache {
+ public:
+  double* Take(std::size_t n) {
+    if (kPoolRecords && n >= kMinElements) {
+      for (std::size_t i = count_; i-- > 0;) {
+        if (slots_[i].n != n) continue;
+        double* p = slots_[i].data;
+        bytes_ -= n * sizeof(double);
+        for (std::size_t j = i + 1; j < count_; ++j) slots_[j - 1] = slots_[j];
+        --count_;
+        return p;
+      }
+    }
+    return new double[n];
+  }
+  void Give(double* p, std::size_t n) {
+    const std::size_t size = n * sizeof(double);
+    if (!kPoolRecords || p == nullptr || n < kMinElements || size > kCachedBytes) {
+      delete[] p;
+      return;
+    }
+    while (count_ > 0 && (count_ == kCachedArrays || bytes_ + size > kCachedBytes)) {
+      delete[] slots_[0].data;
+      bytes_ -= slots_[0].n * sizeof(double);
+      for (std::size_t j = 1; j < count_; ++j) slots_[j - 1] = slots_[j];
+      --count_;
+    }
+    slots_[count_++] = {p, n};
+    bytes_ += size;
+  }
+
+ private:
+  static constexpr std::size_t kMinElements = 4096;
+  static constexpr std::size_t kCachedArrays = 8;
+  static constexpr std::size_t kCachedBytes = std::size_t{64} << 20;
+  struct Slot {
+    double* data;
+    std::size_t n;
+  };
+  Slot slots_[kCachedArrays] = {};
+  std::size_t count_ = 0;
+  std::size_t bytes_ = 0;
+};
+// Trivially destructible, so records freed during static destruction still
+// find it.
+ArrayCache g_arrays;
+
+// The element count a record's array was made with, or 0 when it holds none.
+std::size_t ArrayCount(const symtab& v) {
+  if (v.type != SYM_ARRAY || v.rows <= 0 || v.cols <= 0) return 0;
+  return static_cast<std::size_t>(v.rows) * static_cast<std::size_t>(v.cols);
+}
+
 void FreeStrings(char** list, int n) {
   if (list == nullptr) return;
   for (int i = n - 1; i >= 0; --i) delete[] list[i];
@@ -85,7 +144,7 @@ symtab& symtab::operator=(const symtab& other) {
   double* new_data = nullptr;
   if (other.data != nullptr && other.rows > 0 && other.cols > 0) {
     std::size_t n = static_cast<std::size_t>(other.rows) * other.cols;
-    new_data = new double[n];
+    new_data = g_arrays.Take(n);
     std::memcpy(new_data, other.data, n * sizeof(double));
   }
   char** new_strings = CopyStrings(other.str_list, other.num_strings);
@@ -129,7 +188,7 @@ symtab::~symtab() {
 void symtab::Delete() { delete this; }
 
 void symtab::Clear() {
-  delete[] data;
+  if (data != nullptr) g_arrays.Give(data, ArrayCount(*this));
   data = nullptr;
   FreeStrings(str_list, num_strings);
   str_list = nullptr;
@@ -138,7 +197,7 @@ void symtab::Clear() {
 }
 
 void symtab::ReleasePayload() {
-  delete[] data;
+  if (data != nullptr) g_arrays.Give(data, ArrayCount(*this));
   data = nullptr;
   FreeStrings(str_list, num_strings);
   str_list = nullptr;
@@ -204,7 +263,7 @@ double* symtab::SetArray(int r, int c) {
   rows = r;
   cols = c;
   std::size_t n = static_cast<std::size_t>(r > 0 ? r : 0) * (c > 0 ? c : 0);
-  data = n ? new double[n] : nullptr;
+  data = n ? g_arrays.Take(n) : nullptr;
   return data;
 }
 

@@ -3,6 +3,7 @@
 #include <memory>
 #include <utility>
 
+#include "numerics/matrix_product.h"
 #include "quorvix/linalg.h"
 #include "util/run_budget.h"
 #include "values/value_limits.h"
@@ -18,9 +19,8 @@ using detail::kIncompatible;
 namespace {
 
 // left (r x k) times b (k x c), row-major, into left. A 1 x 1 result is a
-// scalar. The i-p-j order walks both operands along rows, and each element
-// still sums its products in order of p. False (reported) when the result
-// would pass the element limit.
+// scalar, summed in order of p. Larger products run on Eigen's blocked
+// kernels. False (reported) when the result would pass the element limit.
 bool MatrixProduct(symtab& left, const double* b, int k, int c) {
   const int r = left.rows;
   const double* a = left.data;
@@ -32,17 +32,7 @@ bool MatrixProduct(symtab& left, const double* b, int k, int c) {
   }
   if (!CheckedElementCount(r, c)) return false;
   symtab product;
-  double* out = product.SetArray(r, c);
-  for (std::size_t i = 0, n = Count(product); i < n; ++i) out[i] = 0.0;
-  for (int i = 0; i < r; ++i) {
-    RunBudget::CheckTime();
-    double* row = out + static_cast<std::size_t>(i) * c;
-    for (int p = 0; p < k; ++p) {
-      const double x = a[static_cast<std::size_t>(i) * k + p];
-      const double* brow = b + static_cast<std::size_t>(p) * c;
-      for (int j = 0; j < c; ++j) row[j] += x * brow[j];
-    }
-  }
+  numerics::MatrixProduct(a, b, product.SetArray(r, c), r, k, c);
   detail::AdoptArray(left, product);
   return true;
 }

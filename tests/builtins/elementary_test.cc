@@ -191,6 +191,7 @@ TEST(BuiltinTables, RowsAgreeWithTheirHandlersAndExamples) {
       names.emplace_back(e.name);
       EXPECT_EQ(std::string(e.usage).rfind(names.back() + "(", 0), 0u) << e.name;
       EXPECT_EQ(std::string(e.example).rfind(names.back() + "(", 0), 0u) << e.name;
+      EXPECT_NE(std::string(e.synopsis), "") << e.name;
       EXPECT_EQ(MathParser::FunLook(e.name)->scalar_kernel, e.scalar_kernel) << e.name;
       std::unique_ptr<symtab> value(parser.Evaluate(e.example));
       EXPECT_NE(value, nullptr) << e.example << ": " << MathParser::ErrorText();

@@ -79,7 +79,7 @@ TEST(CliTest, EvalValuesAndErrors) {
       {{"eval", "-D", "=3", "1"}, 2, "", nullptr,
        "quorvix eval: bad definition '=3' (expected NAME=EXPR)"},
       {{"eval", "-D", "x=1"}, 2, "", kEvalUsage, nullptr},
-      {{"functions", "extra"}, 2, "", "usage: quorvix functions\n", nullptr},
+      {{"functions", "extra"}, 2, "", "usage: quorvix functions [--long | --markdown]\n", nullptr},
       {{"frobnicate"}, 2, "", nullptr, "quorvix: unknown command 'frobnicate'"},
       {{}, 2, "", nullptr, "usage: quorvix <command> [arguments]"},
       // clang-format on

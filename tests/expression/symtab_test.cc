@@ -122,6 +122,26 @@ TEST(SymtabTest, KindPredicatesAndElementCounts) {
   }
 }
 
+#if !defined(QUORVIX_SANITIZE) && !defined(__SANITIZE_ADDRESS__)
+// A large array freed by a record is the storage of the next array of the
+// same size, whether made by SetArray or by a copy; other sizes get their own.
+TEST(SymtabTest, FreedLargeArraysAreReusedForTheSameSize) {
+  auto* first = new symtab;
+  double* storage = first->SetArray(100, 100);
+  first->Delete();
+  symtab same;
+  EXPECT_EQ(same.SetArray(10, 1000), storage);
+  symtab other;
+  EXPECT_NE(other.SetArray(1, 10001), storage);
+  same.Clear();
+  symtab copy(other);
+  other = symtab();
+  EXPECT_NE(copy.data, storage);
+  symtab again;
+  EXPECT_EQ(again.SetArray(1, 10000), storage);
+}
+#endif
+
 TEST(SymListTest, TakenRecordOutlivesTheListWhichFreesTheRest) {
   symtab* kept = nullptr;
   {

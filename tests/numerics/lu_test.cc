@@ -1,5 +1,7 @@
 #include <algorithm>
+#include <cmath>
 #include <cstddef>
+#include <random>
 #include <utility>
 #include <vector>
 
@@ -48,6 +50,82 @@ TEST(Ludcmp, FactorsReproduceThePermutedMatrix) {
   ExpectNear(product, permuted);
 }
 
+// The textbook loops, column by column: the factors and the inverse of the
+// cache-blocked kernels must be these bit for bit.
+int TextbookCrout(Matrix& a, int n, std::vector<int>& indx) {
+  std::vector<double> scale(n);
+  for (int i = 0; i < n; ++i) {
+    double big = 0.0;
+    for (int j = 0; j < n; ++j) big = std::max(big, std::fabs(a[i * n + j]));
+    scale[i] = 1.0 / big;
+  }
+  for (int j = 0; j < n; ++j) {
+    for (int i = 0; i < j; ++i)
+      for (int k = 0; k < i; ++k) a[i * n + j] -= a[i * n + k] * a[k * n + j];
+    double big = 0.0;
+    int pivot = j;
+    for (int i = j; i < n; ++i) {
+      for (int k = 0; k < j; ++k) a[i * n + j] -= a[i * n + k] * a[k * n + j];
+      const double weighted = scale[i] * std::fabs(a[i * n + j]);
+      if (weighted >= big) {
+        big = weighted;
+        pivot = i;
+      }
+    }
+    for (int k = 0; k < n; ++k) std::swap(a[pivot * n + k], a[j * n + k]);
+    std::swap(scale[pivot], scale[j]);
+    indx[j] = pivot;
+    if (a[j * n + j] == 0.0) return 1;
+    for (int i = j + 1; i < n; ++i) a[i * n + j] *= 1.0 / a[j * n + j];
+  }
+  return 0;
+}
+
+Matrix TextbookInverse(const Matrix& lu, int n, const std::vector<int>& indx) {
+  Matrix inv(n * n);
+  for (int c = 0; c < n; ++c) {
+    std::vector<double> b(n, 0.0);
+    b[c] = 1.0;
+    int first = -1;
+    for (int i = 0; i < n; ++i) {
+      std::swap(b[indx[i]], b[i]);
+      for (int j = first < 0 ? i : first; j < i; ++j) b[i] -= lu[i * n + j] * b[j];
+      if (first < 0 && b[i] != 0.0) first = i;
+    }
+    for (int i = n - 1; i >= 0; --i) {
+      for (int j = i + 1; j < n; ++j) b[i] -= lu[i * n + j] * b[j];
+      b[i] /= lu[i * n + i];
+    }
+    for (int i = 0; i < n; ++i) inv[i * n + c] = b[i];
+  }
+  return inv;
+}
+
+TEST(Ludcmp, BlockedKernelsMatchTheColumnByColumnLoopsBitForBit) {
+  // 37 spans two full strips and a partial one; small integers force ties
+  // between pivot candidates.
+  std::mt19937 rng(5);
+  for (int trial = 0; trial < 4; ++trial) {
+    const int n = trial < 2 ? 37 : 16 + trial;
+    Matrix a(n * n);
+    for (double& v : a)
+      v = trial % 2 ? static_cast<int>(rng() % 7) - 3.0 : (rng() % 2000) / 999.0 - 1;
+    Matrix expected = a;
+    std::vector<int> indx(n);
+    const int status = TextbookCrout(expected, n, indx);
+    Factors f = Factor(a, n);
+    ASSERT_EQ(f.status, status);
+    if (status != 0) continue;
+    EXPECT_EQ(f.lu, expected);
+    EXPECT_EQ(f.indx, indx);
+    Matrix work = a;
+    double* inv = mtxinverse(work.data(), n);
+    ASSERT_NE(inv, nullptr);
+    EXPECT_EQ(Matrix(inv, inv + n * n), TextbookInverse(expected, n, indx));
+    delete[] inv;
+  }
+}
+
 TEST(Ludcmp, ParityAndPivotFollowTheInterchanges) {
   struct Case {
     Matrix a;
@@ -72,6 +150,13 @@ TEST(Ludcmp, SingularityIsAnExactZeroPivot) {
   // Rows 0 and 1 are proportional; the elimination cancels exactly.
   EXPECT_EQ(Factor({1, 2, 3, 2, 4, 6, 1, 1, 1}, 3).status, 1);
   EXPECT_EQ(Factor({1, 1, 1, 1 + 1e-15}, 2).status, 0);
+  // A zero pivot in a later strip: row 30 repeats row 2 of a 40 x 40.
+  Matrix big(40 * 40);
+  for (int i = 0; i < 40; ++i)
+    for (int j = 0; j < 40; ++j)
+      big[i * 40 + j] = (i == 30 ? 2 : i) == j ? 40.0 : 1.0 / (1 + i + j);
+  for (int j = 0; j < 40; ++j) big[30 * 40 + j] = big[2 * 40 + j];
+  EXPECT_EQ(Factor(big, 40).status, 1);
 }
 
 TEST(Ludcmp, EmptyMatrixFactorsTriviallyAndInvalidArgumentsAreSingular) {

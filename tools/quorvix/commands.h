@@ -18,6 +18,10 @@ int RunFunctions(const Args& args);
 int RunParams(const Args& args);
 int RunDoe(const Args& args);
 int RunInspect(const Args& args);
+int RunHelp(const Args& args);
+
+// Writes the built-in reference (docs/builtins.md) to standard output.
+int PrintBuiltinMarkdown();
 
 // Reads the value of --time-limit: seconds, a number >= 0 (0: no limit).
 // False for anything else.

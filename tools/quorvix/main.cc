@@ -29,7 +29,8 @@ constexpr const char* kUsage =
     "  eval [-D NAME=EXPR]... [--time-limit SECONDS] [--restricted] [--allow-env NAME]...\n"
     "       [--max-elements N] EXPR...\n"
     "                                   evaluate each EXPR in order and print its value\n"
-    "  functions                        list the registered functions with their argument word\n"
+    "  functions [--long]               list the registered functions with their argument word; "
+    "--long: usage and synopsis\n"
     "  params [--json] [-I DIR]... FILE list the design parameters FILE and its includes declare,\n"
     "                                   one a line, tab-separated: NAME TYPE NOMINAL LOWER UPPER,\n"
     "                                   or NAME TYPE \"LEVEL\"... for levels, or NAME alone for "
@@ -42,6 +43,8 @@ constexpr const char* kUsage =
     "                                   filled in; N fills at a time; a report line per run\n"
     "  inspect [--json] FILE            list the subcases, types, requests and components\n"
     "                                   (with unit and length) of a result file\n"
+    "  help NAME                        print the reference entry of a built-in function or a "
+    "statement\n"
     "\n"
     "options:\n"
     "  --help      show this text\n"
@@ -59,6 +62,7 @@ constexpr Command kCommands[] = {
     {"params", quorvix::cli::RunParams},
     {"doe", quorvix::cli::RunDoe},
     {"inspect", quorvix::cli::RunInspect},
+    {"help", quorvix::cli::RunHelp},
 };
 
 }  // namespace

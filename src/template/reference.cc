@@ -1,0 +1,145 @@
+// The reference entries come from the registration tables themselves, so
+// help and the generated reference cannot drift from what is registered.
+#include "quorvix/reference.h"
+
+#include <algorithm>
+#include <string_view>
+
+#include "builtins/builtin_table.h"
+#include "template/reference_notes.h"
+#include "template/statement_reference.h"
+
+namespace quorvix {
+
+namespace {
+
+struct BuiltinNote {
+  std::string_view name;
+  const char* note;
+};
+
+// Built-ins whose example gives a different result from run to run or
+// machine to machine, or needs more than the library itself.
+constexpr BuiltinNote kNotes[] = {
+    {"cr", "the result is a carriage return and a line feed"},
+    {"date", "the result is today's date"},
+    {"extern", "needs the external function twice, registered from examples/extern/twice.py"},
+    {"fileclose", "the result is a handle that differs from run to run"},
+    {"filefindstring", "the result depends on the running process"},
+    {"filereadstring", "the result depends on the running process"},
+    {"fileopen", "the result is a handle that differs from run to run"},
+    {"getenv", "the result depends on the environment"},
+    {"getvalue", "needs the result file results.csv in the working directory"},
+    {"rand", "the result is random"},
+    {"read", "needs the result file results.csv in the working directory"},
+    {"readsubcase", "needs the result file results.csv in the working directory"},
+    {"sysarch", "the result depends on the host program"},
+    {"tclgetvar", "the result depends on the Tcl version"},
+    {"time", "the result is the time of day"},
+    {"timer", "the result depends on the processor clock"},
+};
+
+struct BuiltinFailure {
+  std::string_view name;
+  const char* call;
+  const char* message;
+};
+
+// A call per message a built-in reports, for the reference; the docs test
+// runs each and requires its message.
+constexpr BuiltinFailure kFailures[] = {
+    {"abs", "abs(1, 2)", "Invalid number of arguments"},
+    {"abstorelative", "abstorelative(\"/a\")",
+     "Invalid number of arguments in ABSTORELATIVE function"},
+    {"acos", "acos(2)", "Domain violation"},
+    {"asc", "asc(1)", "String expected in ASC function"},
+    {"cat", "cat({1}, \"a\")", "Cannot mix concatenation argument types"},
+    {"chr", "chr(\"a\")", "The CHR function requires a scalar value"},
+    {"convert", "convert(\"a\", 1)", "The format specifier must be a string in CONVERT function"},
+    {"curval", "curval({0, 1}, {0, 1})", "No time is available"},
+    {"determinant", "determinant(\"m\")", "Invalid argument type"},
+    {"eval", "eval(1)", "String expected in EVAL function"},
+    {"expfit", "expfit({0, 1}, {-1, 2})", "Cannot perform expfit with negative data"},
+    {"extern", "extern(1)", "Expected function name"},
+    {"fileexists", "fileexists(1)", "String expected in FILEEXISTS function"},
+    {"fileopen", "fileopen(\"/nonexistent/x\", \"r\")", "File not found"},
+    {"fill", "fill(1)", "String expected in FILL function"},
+    {"getenv", "getenv(1)", "String expected in GETENV function"},
+    {"getvalue", "getvalue(1, \"a\", 0, 0)", "Filename string expected for GETVALUE function"},
+    {"getvalueatindex", "getvalueatindex(1, 0)",
+     "The ParserGetValueAtIndex function takes a string for its first parameter"},
+    {"getvalueatindex", "getvalueatindex(\"nosuchvar\", 0)", "Unable to find variable"},
+    {"intersect", "intersect({1, 2}, {3, 4})", "Arguments have no elements in common"},
+    {"inverse", "inverse({{1, 2}, {2, 4}})", "Matrix is singular"},
+    {"lininterp", "lininterp({0, 1}, {0, 10}, 2)", "Value out of range"},
+    {"log", "log(0)", "Domain violation"},
+    {"mean", "mean(\"a\")", "Invalid argument type"},
+    {"mid", "mid(5, 1)", "The MID function does not work on scalars"},
+    {"mid", "mid({{1, 2}, {3, 4}}, 0)", "The MID function does not work on two dimensional arrays"},
+    {"mid", "mid(\"abc\", \"x\")", "The MID function requires a scalar index"},
+    {"nonlinfit", "nonlinfit(\"\", {\"a\"}, {1}, {1, 2}, {1, 2})",
+     "Function expression not specified"},
+    {"polyfit", "polyfit({0, 1, 2}, {1, 2, 3}, 3)", "Order must be less than the number of points"},
+    {"polyfit", "polyfit({0, 1, 2}, {1, 2, 3}, 1, 7)", "Unknown option"},
+    {"read", "read(1, \"a\")", "Filename string expected for READ function"},
+    {"relativetoabs", "relativetoabs(1, \"/a\")", "String expected in RELATIVETOABS function"},
+    {"replace", "replace(\"a\", \"b\")", "Invalid number of arguments in REPLACE function"},
+    {"replace", "replace(1, \"a\", \"b\")", "String expected in REPLACE function"},
+    {"sort", "sort(\"x\", {1, 2})", "The first parameter to SORT must be a scalar"},
+    {"sort", "sort(0, 5)", "The second (key) parameter to SORT must be a vector or a string"},
+    {"sqrt", "sqrt(-1)", "Domain violation"},
+    {"sqrt", "sqrt(\"a\")", "Invalid argument type"},
+    {"strchr", "strchr(1, \"a\")", "The STRCHR function takes a string for its first parameter"},
+    {"strlen", "strlen(1)", "The STRLEN function takes a string parameter"},
+    {"strstr", "strstr(\"a\", 1)", "The STRSTR function takes a string for its second parameter"},
+    {"subrange", "subrange({1, 2, 3}, 3, 1)", "End value must be greater than starting value"},
+    {"subrange", "subrange({1, 2, 3}, 5, 6)", "No points found in given range"},
+    {"system", "system(1)", "The SYSTEM function takes a string parameter"},
+    {"tcleval", "tcleval(1)", "String expected in TCLEVAL function"},
+    {"time", "time(1)", "Format string expected for TIME function"},
+    {"toupper", "toupper(1)", "The input parameter must be a string in the TOUPPER function"},
+};
+
+std::vector<ReferenceFailure> FailuresOf(std::string_view name) {
+  std::vector<ReferenceFailure> failures;
+  for (const BuiltinFailure& f : kFailures)
+    if (f.name == name) failures.push_back({f.call, f.message});
+  return failures;
+}
+
+const char* NoteFor(std::string_view name) {
+  for (const BuiltinNote& n : kNotes)
+    if (n.name == name) return n.note;
+  return "";
+}
+
+}  // namespace
+
+std::vector<std::string_view> AnnotatedBuiltinNames() {
+  std::vector<std::string_view> names;
+  for (const BuiltinNote& n : kNotes) names.push_back(n.name);
+  for (const BuiltinFailure& f : kFailures) names.push_back(f.name);
+  return names;
+}
+
+std::vector<ReferenceEntry> BuiltinReference() {
+  std::vector<ReferenceEntry> entries;
+  for (const TitledBuiltinFamily& family : TitledBuiltinFamilies()) {
+    const std::size_t first = entries.size();
+    for (const BuiltinEntry& e : family.rows())
+      entries.push_back({e.name, family.title, e.usage, e.synopsis, e.example, e.nargs,
+                         NoteFor(e.name), FailuresOf(e.name)});
+    std::sort(entries.begin() + static_cast<long>(first), entries.end(),
+              [](const ReferenceEntry& a, const ReferenceEntry& b) { return a.name < b.name; });
+  }
+  return entries;
+}
+
+std::vector<ReferenceEntry> StatementReference() {
+  std::vector<ReferenceEntry> entries;
+  for (const StatementReferenceRow& r : StatementReferenceRows())
+    entries.push_back({r.keyword, r.group, r.usage, r.synopsis, r.example, 0, "", {}});
+  return entries;
+}
+
+}  // namespace quorvix

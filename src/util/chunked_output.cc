@@ -1,0 +1,79 @@
+#include "util/chunked_output.h"
+
+#include <cstring>
+#include <utility>
+
+namespace {
+
+constexpr std::size_t kChunk = std::size_t{1} << 18;
+// At most this many spare chunks (32 MiB) wait for the next fill.
+constexpr std::size_t kMaxSpare = 128;
+
+// The library is single-threaded by contract, so the spares need no lock.
+std::vector<std::string>& Spares() {
+  static auto* spares = new std::vector<std::string>();
+  return *spares;
+}
+
+std::string TakeSpare() {
+  auto& spares = Spares();
+  if (spares.empty()) {
+    std::string s;
+    s.reserve(kChunk);
+    return s;
+  }
+  std::string s = std::move(spares.back());
+  spares.pop_back();
+  s.clear();
+  return s;
+}
+
+void GiveSpare(std::string&& s) {
+  auto& spares = Spares();
+  if (spares.size() < kMaxSpare && s.capacity() >= kChunk) spares.push_back(std::move(s));
+}
+
+}  // namespace
+
+ochunkedstream_fast::ochunkedstream_fast() {
+  buf_ = TakeSpare();
+  spill_at_ = kChunk;
+}
+
+ochunkedstream_fast::~ochunkedstream_fast() {
+  for (std::string& c : chunks_) GiveSpare(std::move(c));
+  GiveSpare(std::move(buf_));
+}
+
+void ochunkedstream_fast::spill() {
+  const std::size_t nl = buf_.rfind('\n');
+  if (nl == std::string::npos) {
+    // One line longer than a chunk: the buffer grows until it ends.
+    spill_at_ = buf_.size() + kChunk;
+    return;
+  }
+  std::string next = TakeSpare();
+  next.append(buf_, nl + 1, std::string::npos);
+  buf_.resize(nl + 1);
+  handed_on_ += buf_.size();
+  chunks_.push_back(std::move(buf_));
+  buf_ = std::move(next);
+  spill_at_ = buf_.size() + kChunk;
+}
+
+char* ochunkedstream_fast::str() {
+  char* out = new char[handed_on_ + buf_.size() + 1];
+  char* p = out;
+  for (std::string& c : chunks_) {
+    std::memcpy(p, c.data(), c.size());
+    p += c.size();
+    GiveSpare(std::move(c));
+  }
+  chunks_.clear();
+  std::memcpy(p, buf_.data(), buf_.size());
+  p[buf_.size()] = '\0';
+  buf_.clear();
+  handed_on_ = 0;
+  spill_at_ = kChunk;
+  return out;
+}
