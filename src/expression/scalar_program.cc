@@ -8,6 +8,7 @@
 #include "parser/math/scalar_arithmetic.h"
 #include "parser/math/value_nodes.h"
 #include "quorvix/math_parser.h"
+#include "util/stack_budget.h"
 
 namespace quorvix {
 
@@ -21,8 +22,9 @@ using Op = ScalarProgram::Op;
 
 bool g_force_tree = false;
 
-// Trees nested deeper than this stay with the tree path, whose evaluation
-// guards the stack; the compiler recurses along the tree as well.
+// Trees nested deeper than this, or met with the stack budget spent, stay
+// with the tree path, whose evaluation guards the stack and reports; the
+// compiler recurses along the tree as well.
 constexpr int kMaxNesting = 400;
 
 // After this many failures in a row a tree stops trying the scalar paths:
@@ -97,7 +99,7 @@ class ScalarCompiler {
   explicit ScalarCompiler(ScalarProgram& p) : p_(p) {}
 
   bool Compile(const ParserCore_NS::Node& n, int nesting) {
-    if (nesting > kMaxNesting) return false;
+    if (nesting > kMaxNesting || StackExhausted()) return false;
     const NodeClass cls = n.classType();
     switch (cls) {
       case NodeClass::kDoubleValue:
