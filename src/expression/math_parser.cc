@@ -173,6 +173,33 @@ symtab* MathParser::Guarded(int position_offset, Body body) {
   return result;
 }
 
+namespace {
+
+// Evaluates a tree for `parser`, the current parser; `program_tried` when
+// EvaluateCompiled has already run the tree's program.
+symtab* EvaluateParsed(MathParser& parser, quorvix::ParsedTree& tree, bool program_tried) {
+  // Trees over scalars compute on plain doubles. The scalar paths have no
+  // side effects before they give up, so the general path can start over.
+  double d;
+  if (quorvix::EvaluateScalar(tree, parser, program_tried, d)) {
+    MathParser::ClearError();
+    auto* result = new symtab;
+    result->SetScalar(d);
+    return result;
+  }
+  symtab value;
+  tree.root->evaluate(value);
+  MathParser::ClearError();
+  if (value.type == SYM_UNDEFINED && value.name != nullptr)
+    throw ParserCore_NS::Error(std::string("Unknown symbol \"") + value.name + "\"",
+                               tree.root->position());
+  auto* result = new symtab;
+  result->Swap(value);
+  return result;
+}
+
+}  // namespace
+
 static int LeadingBlanks(const char* p) {
   int n = 0;
   while (p[n] == ' ' || p[n] == '\t' || p[n] == '\n' || p[n] == '\v' || p[n] == '\f' ||
@@ -183,11 +210,24 @@ static int LeadingBlanks(const char* p) {
 
 symtab* MathParser::Evaluate(char* text) {
   const char* source = text ? text : "";
-  StoreExpressionText(source, std::strlen(source));
-  const int skip = LeadingBlanks(expression_text_);
+  // The copy that error reports quote is rewritten only when the text
+  // differs from the last one (a text evaluated over and over is the case
+  // this path is for).
+  if (expression_text_ == nullptr || std::strcmp(expression_text_, source) != 0)
+    StoreExpressionText(source, std::strlen(source));
+  // The text evaluated last, again: its tree is at hand without a lookup.
+  quorvix::ParsedTree* seen = quorvix::LastParsedText(source, allow_escape_characters_);
+  bool tried = false;
+  if (seen != nullptr) {
+    if (symtab* result = quorvix::EvaluateCompiled(*seen, *this, tried))
+      return last_result_ = result;
+  }
+  const int skip = LeadingBlanks(source);
   return Guarded(skip, [&] {
-    return EvaluateTree(
-        quorvix::ParseExpression(expression_text_ + skip, allow_escape_characters_));
+    quorvix::ParsePin pin;
+    quorvix::ParsedTree& tree =
+        quorvix::ParseText(std::string_view(source), skip, allow_escape_characters_);
+    return EvaluateParsed(*this, tree, tried && &tree == seen);
   });
 }
 
@@ -205,14 +245,24 @@ MathParserExpression* MathParser::CreateExpression(const char* text) {
 
 symtab* MathParser::Evaluate(MathParserExpression* expr) {
   if (expr == nullptr || !expr->tree()) return nullptr;
-  return Guarded(0, [&] { return EvaluateTree(expr->tree()); });
+  bool tried = false;
+  if (symtab* result = quorvix::EvaluateCompiled(*expr->tree(), *this, tried))
+    return last_result_ = result;
+  // Out of line, so that the compiled path does not pay for its frame.
+  return [&]() __attribute__((noinline)) {
+    return Guarded(0, [&] { return EvaluateParsed(*this, *expr->tree(), tried); });
+  }
+  ();
 }
 
 symtab* MathParser::Evaluate(MathParserExpression* expr, const char* text, std::size_t length) {
   if (expr == nullptr || !expr->tree()) return nullptr;
   // The text is copied only when an error report needs it: this is the path
   // of expressions re-read in loops.
-  symtab* result = Guarded(0, [&] { return EvaluateTree(expr->tree()); });
+  bool tried = false;
+  if (symtab* result = quorvix::EvaluateCompiled(*expr->tree(), *this, tried))
+    return last_result_ = result;
+  symtab* result = Guarded(0, [&] { return EvaluateParsed(*this, *expr->tree(), tried); });
   if (result == nullptr) {
     StoreExpressionText(text, length);
     error_position_ += LeadingBlanks(expression_text_);
@@ -221,29 +271,7 @@ symtab* MathParser::Evaluate(MathParserExpression* expr, const char* text, std::
 }
 
 symtab* MathParser::EvaluateTree(const std::shared_ptr<quorvix::ParsedTree>& tree) {
-  // Trees over scalars compute on plain doubles. The fast path has no side
-  // effects before it gives up, so the general path can start over.
-  constexpr int kMaxScalarFailures = 4;
-  if (tree->scalar_failures < kMaxScalarFailures) {
-    double d;
-    if (tree->root->evaluateScalar(d)) {
-      tree->scalar_failures = 0;
-      error_text_.clear();
-      auto* result = new symtab;
-      result->SetScalar(d);
-      return result;
-    }
-    ++tree->scalar_failures;
-  }
-  symtab value;
-  tree->root->evaluate(value);
-  error_text_.clear();
-  if (value.type == SYM_UNDEFINED && value.name != nullptr)
-    throw ParserCore_NS::Error(std::string("Unknown symbol \"") + value.name + "\"",
-                               tree->root->position());
-  auto* result = new symtab;
-  result->Swap(value);
-  return result;
+  return EvaluateParsed(*this, *tree, false);
 }
 
 // Variables ------------------------------------------------------------------

@@ -1,5 +1,6 @@
 #include "expression/parse_cache.h"
 
+#include <cstring>
 #include <string>
 #include <unordered_map>
 
@@ -45,11 +46,40 @@ struct Cache {
   bool enabled = true;
   std::string last_text[2];
   std::shared_ptr<ParsedTree> last_tree[2];
+  // The text last given to ParseText, leading blanks included, and its tree.
+  std::string given_text[2];
+  std::shared_ptr<ParsedTree> given_tree[2];
+  // Open ParsePins, and the trees dropped by the cache while one was open:
+  // an evaluation may still be running them.
+  int pins = 0;
+  std::vector<std::shared_ptr<ParsedTree>> retired;
 };
 
 Cache& TheCache() {
   static Cache cache;
   return cache;
+}
+
+// Lets go of one of the cache's references, keeping a tree that would die
+// with it while ParseText's users may hold it.
+void Drop(Cache& cache, std::shared_ptr<ParsedTree>& tree) {
+  if (cache.pins > 0 && tree && tree.use_count() == 1) cache.retired.push_back(std::move(tree));
+  tree.reset();
+}
+
+void ClearTrees(Cache& cache, TreeMap& map) {
+  if (cache.pins > 0)
+    for (auto& entry : map) Drop(cache, entry.second);
+  map.clear();
+}
+
+// Re-checks the registry before any lookup: a parse depends on which names
+// are functions.
+void CheckRegistry(Cache& cache) {
+  if (cache.registry_generation != MathParser::RegistryGeneration()) {
+    ClearParseCache();
+    cache.registry_generation = MathParser::RegistryGeneration();
+  }
 }
 
 }  // namespace
@@ -67,31 +97,69 @@ std::shared_ptr<ParsedTree> ParseExpressionUncached(std::string_view text) {
 std::shared_ptr<ParsedTree> ParseExpression(std::string_view text, bool escapes) {
   Cache& cache = TheCache();
   if (!cache.enabled) return ParseExpressionUncached(text);
-  if (cache.registry_generation != MathParser::RegistryGeneration()) {
-    ClearParseCache();
-    cache.registry_generation = MathParser::RegistryGeneration();
-  }
+  CheckRegistry(cache);
   // The text looked up last is usually the one asked for again.
   const int k = escapes ? 1 : 0;
   if (cache.last_tree[k] && cache.last_text[k] == text) return cache.last_tree[k];
   TreeMap& map = cache.trees[k];
   if (auto it = map.find(text); it != map.end()) {
     cache.last_text[k].assign(text);
+    Drop(cache, cache.last_tree[k]);
     cache.last_tree[k] = it->second;
     return it->second;
   }
   std::shared_ptr<ParsedTree> tree = ParseExpressionUncached(text);
-  if (map.size() >= kMaxCachedTexts) map.clear();
+  if (map.size() >= kMaxCachedTexts) ClearTrees(cache, map);
   map.emplace(std::string(text), tree);
   return tree;
 }
 
+ParsedTree* LastParsedText(const char* text, bool escapes) {
+  Cache& cache = TheCache();
+  const int k = escapes ? 1 : 0;
+  if (!cache.given_tree[k] || cache.registry_generation != MathParser::RegistryGeneration() ||
+      std::strcmp(cache.given_text[k].c_str(), text) != 0)
+    return nullptr;
+  return cache.given_tree[k].get();
+}
+
+ParsedTree& ParseText(std::string_view text, int skip, bool escapes) {
+  Cache& cache = TheCache();
+  const int k = escapes ? 1 : 0;
+  if (cache.enabled) {
+    CheckRegistry(cache);
+    if (cache.given_tree[k] && cache.given_text[k] == text) return *cache.given_tree[k];
+  }
+  std::shared_ptr<ParsedTree> tree = ParseExpression(text.substr(skip), escapes);
+  ParsedTree& result = *tree;
+  if (cache.enabled) {
+    cache.given_text[k].assign(text);
+    Drop(cache, cache.given_tree[k]);
+    cache.given_tree[k] = std::move(tree);
+  } else {
+    cache.retired.push_back(std::move(tree));
+  }
+  return result;
+}
+
+ParsePin::ParsePin() { ++TheCache().pins; }
+
+ParsePin::~ParsePin() {
+  Cache& cache = TheCache();
+  if (--cache.pins == 0 && !cache.retired.empty()) {
+    // Taken out of the list before they are freed.
+    std::vector<std::shared_ptr<ParsedTree>> doomed;
+    doomed.swap(cache.retired);
+  }
+}
+
 void ClearParseCache() {
   Cache& cache = TheCache();
-  cache.trees[0].clear();
-  cache.trees[1].clear();
-  cache.last_tree[0].reset();
-  cache.last_tree[1].reset();
+  for (int k = 0; k < 2; ++k) {
+    ClearTrees(cache, cache.trees[k]);
+    Drop(cache, cache.last_tree[k]);
+    Drop(cache, cache.given_tree[k]);
+  }
 }
 
 void EnableParseCache(bool on) {

@@ -69,8 +69,6 @@ void CheckStringBytes(const symtab& v, const std::vector<unsigned>& idx, int pos
     throw Error(quorvix::StringTooLongMessage(), pos);
 }
 
-double (*PureKernel(const funtab* e))(double);
-
 // Looks the function up again when the registry has changed since the
 // node's memo was filled.
 void Refresh(const std::string& name, ParserCore_NS::FunctionCache& cache) {
@@ -78,16 +76,6 @@ void Refresh(const std::string& name, ParserCore_NS::FunctionCache& cache) {
   cache.entry = MathParser::FunLook(name.c_str());
   cache.generation = MathParser::RegistryGeneration();
   cache.scalar = PureKernel(cache.entry);
-}
-
-// The plain double function behind a plain built-in that has one (sin, abs,
-// ...), so that a scalar call skips the argument list. That call also skips
-// the policy check, so an entry with call flags never takes it.
-double (*PureKernel(const funtab* e))(double) {
-  if (e == nullptr || e->is_external || e->is_user || e->is_library || e->has_context ||
-      e->call_flags != 0)
-    return nullptr;
-  return e->scalar_kernel;
 }
 
 // Checks that a value can be stored as one element of a numeric array.
@@ -180,6 +168,15 @@ void StoreRange(symtab& rec, const symtab& sub, const symtab& value, int pos) {
 }
 
 }  // namespace
+
+// A scalar call skips the policy check, so an entry with call flags never
+// takes its kernel.
+double (*PureKernel(const funtab* e))(double) {
+  if (e == nullptr || e->is_external || e->is_user || e->is_library || e->has_context ||
+      e->call_flags != 0)
+    return nullptr;
+  return e->scalar_kernel;
+}
 
 void QuorvixSymtabAdaptor::copyValue(const symtab& from, symtab& to, int) { CopyPayload(from, to); }
 

@@ -8,6 +8,11 @@
 
 namespace MathParser_NS {
 
+// The plain double function behind a plain built-in that has one (sin, abs,
+// ...), so that a scalar call skips the argument list; null for any other
+// entry (and for null).
+double (*PureKernel(const funtab* e))(double);
+
 class QuorvixSymtabAdaptor : public ParserCore_NS::SymtabAdaptor {
  public:
   void copyValue(const symtab& from, symtab& to, int pos) override;

@@ -180,7 +180,8 @@ symtab& symtab::operator=(symtab&& other) noexcept {
 }
 
 symtab::~symtab() {
-  ReleasePayload();
+  // Most records are anonymous scalars that own nothing.
+  if (data != nullptr || str_list != nullptr) ReleasePayload();
   delete[] name;
 }
 

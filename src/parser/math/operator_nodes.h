@@ -8,6 +8,7 @@
 #include <string>
 
 #include "parser/core/utilities.h"
+#include "parser/math/scalar_arithmetic.h"
 #include "values/value_ops.h"
 
 namespace MathParser_NS {
@@ -78,17 +79,9 @@ class ArithmeticNode : public BinaryOperatorNode {
         out = l * r;
         return true;
       case NodeClass::kDivision:
-        if (r == 0.0) return false;
-        out = l / r;
-        return true;
+        return ScalarDivide(l, r, out);
       case NodeClass::kExponential:
-        if (r == 2.0) {
-          out = l * l;
-          return true;
-        }
-        if ((l < 0.0 && std::fabs(r) < 1.0 && r != 0.0) || (l == 0.0 && r < 0.0)) return false;
-        out = std::pow(l, r);
-        return true;
+        return ScalarPower(l, r, out);
       default:
         return false;
     }
@@ -176,13 +169,7 @@ class ComparisonNode : public BinaryOperatorNode {
   bool evaluateScalarNode(double& out) override {
     double l, r;
     if (!left_->evaluateScalar(l) || !right_->evaluateScalar(r)) return false;
-    const unsigned rel = l < r    ? quorvix::ops::kLess
-                         : l > r  ? quorvix::ops::kGreater
-                         : l == r ? quorvix::ops::kEqual
-                                  : 0u;
-    // NaN stands in no relation, so only "!=" holds for it.
-    out = rel == 0u ? (S.relation == (quorvix::ops::kLess | quorvix::ops::kGreater) ? 1.0 : 0.0)
-                    : ((S.relation & rel) != 0 ? 1.0 : 0.0);
+    out = ScalarCompare(S.relation, l, r);
     return true;
   }
   NodePtr derivativeNode(const std::string&) const override {

@@ -143,6 +143,7 @@ class SymbolicFunctionNode : public Node {
   void printNode(std::string& out) const override;
   const std::string& name() const { return name_; }
   std::vector<NodePtr>& args() { return args_; }
+  const std::vector<NodePtr>& args() const { return args_; }
 
  protected:
   void releaseOperands(std::vector<NodePtr>& out) override { TakeAll(args_, out); }
