@@ -14,23 +14,10 @@ and polyfit_coef (the coefficients, lowest power first, as float.hex).
 import os
 import sys
 
-for var in ("OMP_NUM_THREADS", "OPENBLAS_NUM_THREADS", "MKL_NUM_THREADS"):
-    os.environ[var] = "1"
-
-import time  # noqa: E402
+from peer_timing import best_ms  # noqa: E402  (one BLAS thread first)
 
 import numpy as np  # noqa: E402
 from scipy.interpolate import CubicSpline  # noqa: E402
-
-
-def best_ms(reps, f):
-    f()  # warm-up
-    best = 1e300
-    for _ in range(reps):
-        t0 = time.perf_counter()
-        f()
-        best = min(best, time.perf_counter() - t0)
-    return best * 1e3
 
 
 def main():
