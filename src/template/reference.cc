@@ -333,6 +333,7 @@ constexpr BuiltinFailure kFailures[] = {
     {"tclevalfile", "tclevalfile(1)", "String expected in TCLEVAL function"},
     {"tclgetvar", "tclgetvar(1)", "String expected in TCLEVAL function"},
     {"time", "time(1)", "Format string expected for TIME function"},
+    {"timer", "timer(\"a\")", "Invalid number of arguments"},
     {"tolower", "tolower(1)", "The input parameter must be a string in the TOUPPER function"},
     {"toupper", "toupper(1)", "The input parameter must be a string in the TOUPPER function"},
     {"vtdft",
