@@ -468,8 +468,8 @@ constexpr BuiltinEntry kShortTimeBuiltins[] = {
      "stft({0, 1, 2, 3}, {1, 2, 1, 2}, {60, 60, 60, 60}, 2, \"none\", \"peak\", \"slices\")", true},
     {"storder", Storder, 6, kNone, nullptr,
      "storder(t, y, rpm, orders, size, window)",
-     "order tracks of half-overlapping angle-domain segments: rows of time, rpm and the "
-     "amplitude of each order",
+     "order tracks, one row per half-overlapping angle-domain segment: its centre time, the "
+     "rpm there and the amplitude of each order",
      "storder({0, 0.5, 1}, {0, 1, 4}, {60, 60, 60}, {1}, 2, \"none\")", true},
     {"vtdft", Vtdft, 10, kNone, nullptr,
      "vtdft(t, y, rpm, size, tracks, levels, window, trackkind, levelkind, scaling)",

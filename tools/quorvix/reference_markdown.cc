@@ -26,9 +26,11 @@ constexpr const char* kIntroduction =
     "own arguments, so the word is not always their count), one line on what it returns, and an "
     "example with its result as `quorvix eval` "
     "prints it. `quorvix help NAME` prints the same entry. When an argument has the wrong "
-    "kind or count the call fails with a message such as \"Invalid argument type\" or "
-    "\"Invalid number of arguments\"; see [the expression language](expression-language.md) "
-    "for how errors are reported.\n";
+    "kind or count the call fails with a message such as \"Invalid argument type\", "
+    "\"Invalid type for argument 2\", \"Argument 3 must be scalar\" (or vector, or string) or "
+    "\"Invalid number of arguments\"; these are not repeated under each function. The other "
+    "messages a function reports are listed in its entry, each with a call that fails so. See "
+    "[the expression language](expression-language.md) for how errors are reported.\n";
 
 // The anchor a Markdown renderer gives a heading.
 std::string Anchor(const std::string& title) {
