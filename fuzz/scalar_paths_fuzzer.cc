@@ -4,7 +4,10 @@
 // the general tree path. The input bytes drive a small grammar, so nearly
 // every input is an expression; the variables' values (zeros, negatives,
 // NaN, infinities, and now and then an array or a string) come from the
-// input too. A difference aborts with both outcomes printed.
+// input too, as does the kind of `v`, which is subscripted (a row, a column,
+// a matrix, strings or a scalar). Some expressions assign to `a`; every
+// path then starts from the same variables and its outcome includes the
+// value `a` is left with. A difference aborts with both outcomes printed.
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
@@ -62,7 +65,7 @@ const char* Pick(Bytes& in, const char* const (&list)[N]) {
 }
 
 void Expression(Bytes& in, int depth, std::string& out) {
-  const unsigned choice = depth > 6 || in.Done() ? in.Next(2) : in.Next(9);
+  const unsigned choice = depth > 6 || in.Done() ? in.Next(2) : in.Next(10);
   switch (choice) {
     case 0:
       out += Pick(in, kNumbers);
@@ -102,6 +105,11 @@ void Expression(Bytes& in, int depth, std::string& out) {
       out += ',';
       Expression(in, depth + 1, out);
       out += ')';
+      return;
+    case 8:
+      out += "v[";
+      Expression(in, depth + 1, out);
+      out += ']';
       return;
     default:
       out += '(';
@@ -143,14 +151,43 @@ void SetVariable(MathParser& p, const char* name, Bytes& in) {
   p.AddVariable(&rec);
 }
 
-std::string Outcome(MathParser& p, const std::string& text) {
+// `v` in one of the kinds a subscript meets.
+void SetSubscripted(MathParser& p, Bytes& in) {
+  static const char* const kKinds[] = {"v={-1,-0.5,0}", "v={-1,-0.5,0}'", "v={{-1,-0.5},{0,0.5}}",
+                                       "v={\"x\",\"y\"}", "v=1"};
+  if (symtab* r = p.Evaluate(kKinds[in.Next(5)])) r->Delete();
+}
+
+const char* const kAssign[] = {"=", "+=", "-=", "*=", "/="};
+
+void SetVariables(MathParser& p, Bytes& in) {
+  for (const char* name : kVariables) SetVariable(p, name, in);
+  SetSubscripted(p, in);
+}
+
+std::string Describe(const symtab* v);
+
+// The value of `text`, through a parsed expression when `parsed` (the path
+// of a template's loop body), and then the value of `a`.
+std::string Outcome(MathParser& p, const std::string& text, bool parsed) {
   g_first_error.clear();
-  symtab* v = p.Evaluate(text.c_str());
+  MathParserExpression* e = parsed ? p.CreateExpression(text.c_str()) : nullptr;
+  symtab* v = e != nullptr ? p.Evaluate(e) : p.Evaluate(text.c_str());
+  delete e;
+  std::string out;
+  if (v == nullptr)
+    out = "error " + g_first_error + " @" + std::to_string(p.ErrorPosition());
+  else
+    out = Describe(v);
+  if (v != nullptr) v->Delete();
+  auto a = p.Variables().find("a");
+  return out + "; a " + (a == p.Variables().end() ? "none" : Describe(a->second));
+}
+
+std::string Describe(const symtab* v) {
   std::string out;
   char buf[48];
-  if (v == nullptr) {
-    out = "error " + g_first_error + " @" + std::to_string(p.ErrorPosition());
-  } else if (v->type == SYM_SCALAR) {
+  if (v->type == SYM_SCALAR) {
     std::snprintf(buf, sizeof buf, "%a", v->value);
     out = buf;
   } else {
@@ -160,7 +197,6 @@ std::string Outcome(MathParser& p, const std::string& text) {
       out += buf;
     }
   }
-  if (v != nullptr) v->Delete();
   return out;
 }
 
@@ -169,15 +205,24 @@ std::string Outcome(MathParser& p, const std::string& text) {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   MathParser& parser = Parser();
   Bytes in(data, size);
-  for (const char* name : kVariables) SetVariable(parser, name, in);
+  const Bytes setup = in;
+  SetVariables(parser, in);
   std::string text;
+  if (in.Next(4) == 0) {
+    text = "a ";
+    text += Pick(in, kAssign);
+    text += ' ';
+  }
   Expression(in, 0, text);
   quorvix::ForceTreeEvaluation(true);
-  const std::string tree = Outcome(parser, text);
+  const std::string tree = Outcome(parser, text, false);
   quorvix::ForceTreeEvaluation(false);
-  // Twice: the first run compiles, the second reuses the program.
-  for (int pass = 0; pass < 2; ++pass) {
-    const std::string fast = Outcome(parser, text);
+  // Twice on each path, from the same variables: the first run compiles,
+  // the second reuses the program.
+  for (int pass = 0; pass < 4; ++pass) {
+    Bytes again = setup;
+    SetVariables(parser, again);
+    const std::string fast = Outcome(parser, text, pass >= 2);
     if (fast != tree) {
       std::fprintf(stderr, "paths differ for %s\n  tree: %s\n  fast: %s\n", text.c_str(),
                    tree.c_str(), fast.c_str());

@@ -117,6 +117,8 @@ class ScalarCompiler {
         else
           Emit(Op::kNegate);
         return true;
+      case NodeClass::kSquareBraces:
+        return Subscript(static_cast<const ParserUtilties_NS::BinaryOperatorNode&>(n), nesting);
       case NodeClass::kFunction:
         return Call(static_cast<const ParserUtilties_NS::SymbolicFunctionNode&>(n), nesting);
       default:
@@ -128,6 +130,45 @@ class ScalarCompiler {
     const auto& b = static_cast<const ParserUtilties_NS::BinaryOperatorNode&>(n);
     return Compile(b.left(), nesting + 1) && Compile(b.right(), nesting + 1) &&
            Combine(index, relation);
+  }
+
+  // The root: an assignment to a variable stores the value of its right
+  // side, or of the variable combined with it (+= -= *= /=); any other tree
+  // is compiled as it is. A variable that is not a plain scalar, or host set
+  // functions to tell, leave the assignment to the tree.
+  bool CompileRoot(const ParserCore_NS::Node& n) {
+    const NodeClass cls = n.classType();
+    int index = -1;
+    switch (cls) {
+      case NodeClass::kAssignment:
+        break;
+      case NodeClass::kPlusEqual:
+        index = BinaryIndex(NodeClass::kAddition);
+        break;
+      case NodeClass::kMinusEqual:
+        index = BinaryIndex(NodeClass::kSubtraction);
+        break;
+      case NodeClass::kTimesEqual:
+        index = BinaryIndex(NodeClass::kMultiplication);
+        break;
+      case NodeClass::kDivEqual:
+        index = BinaryIndex(NodeClass::kDivision);
+        break;
+      default:
+        return Compile(n, 0);
+    }
+    const auto& a = static_cast<const ParserUtilties_NS::BinaryOperatorNode&>(n);
+    if (a.left().classType() != NodeClass::kReference) return false;
+    const std::uint32_t slot =
+        SlotOf(static_cast<const MathParser_NS::ReferenceNode&>(a.left()).name());
+    if (index >= 0) {
+      Push(Op::kLoad).slot = slot;
+      if (!Compile(a.right(), 1) || !Combine(index, 0)) return false;
+    } else if (!Compile(a.right(), 1)) {
+      return false;
+    }
+    p_.store_slot_ = static_cast<int>(slot);
+    return true;
   }
 
   void Finish() {
@@ -174,6 +215,16 @@ class ScalarCompiler {
     } else {
       Emit(Op::kCall).kernel = kernel;
     }
+    return true;
+  }
+
+  // v[i] on a variable: the index replaces itself with the element. A matrix
+  // element m[i][j], a range or a list of subscripts stays with the tree.
+  bool Subscript(const ParserUtilties_NS::BinaryOperatorNode& s, int nesting) {
+    if (s.left().classType() != NodeClass::kReference || !Compile(s.right(), nesting + 1))
+      return false;
+    Emit(Op::kSubscript).slot =
+        SlotOf(static_cast<const MathParser_NS::ReferenceNode&>(s.left()).name());
     return true;
   }
 
@@ -224,7 +275,7 @@ class ScalarCompiler {
 std::unique_ptr<ScalarProgram> ScalarProgram::Compile(const ParserCore_NS::Node& root) {
   std::unique_ptr<ScalarProgram> p(new ScalarProgram);
   ScalarCompiler compiler(*p);
-  if (!compiler.Compile(root, 0)) return nullptr;
+  if (!compiler.CompileRoot(root)) return nullptr;
   compiler.Finish();
   return p;
 }
@@ -258,6 +309,19 @@ inline bool Read(const symtab* record, double& v) {
   return true;
 }
 
+// The element of a vector variable at a subscript, by the tree's rules: the
+// subscript is cut toward zero, and one that is negative, NaN or past the
+// end (as every other record kind) leaves the work to the tree.
+inline bool Element(const symtab* record, double subscript, double& v) {
+  if (record->type != SYM_ARRAY || record->data == nullptr ||
+      (record->rows != 1 && record->cols != 1) || !(subscript > -1.0) || subscript >= 4294967296.0)
+    return false;
+  const auto i = static_cast<unsigned>(subscript);
+  if (i >= static_cast<unsigned>(record->rows * record->cols)) return false;
+  v = record->data[i];
+  return true;
+}
+
 }  // namespace
 
 // Threaded dispatch: each instruction jumps straight to the next one's code
@@ -280,6 +344,7 @@ bool ScalarProgram::Run(const MathParser& parser, double& out) {
       &&call_v,
       &&square,
       &&square_v,
+      &&subscript,
       QUORVIX_BINARY_TARGETS(),
       QUORVIX_BINARY_TARGETS(_c),
       QUORVIX_BINARY_TARGETS(_v),
@@ -323,6 +388,15 @@ end:
   // depends on the order in which the compiler placed the operands, so a
   // NaN result is left to the tree.
   if (top != top) return false;
+  if (store_slot_ >= 0) {
+    // What the tree's store does to a scalar variable, done only once the
+    // value is known.
+    symtab* target = records_[static_cast<std::size_t>(store_slot_)];
+    if (target->type != SYM_SCALAR || parser.NumSetFuncs() != 0) return false;
+    target->value = top;
+    target->frozen = 0;
+    target->shared = 1;
+  }
   out = top;
   return true;
 constant:
@@ -351,6 +425,9 @@ square_v:
   *sp++ = top;
   if (!Read(vars[ip->slot], r)) return false;
   top = r * r;
+  QUORVIX_NEXT;
+subscript:
+  if (!Element(vars[ip->slot], top, top)) return false;
   QUORVIX_NEXT;
   QUORVIX_BINARY(add, AddOp)
   QUORVIX_BINARY(subtract, SubtractOp)
@@ -388,6 +465,10 @@ symtab* EvaluateCompiled(ParsedTree& tree, MathParser& parser, bool& tried) {
   if (parser.ErrorMessage() != nullptr) parser.SetErrorMessage(nullptr);
   if (MathParser::ErrorPending()) MathParser::ClearError();
   auto* result = new symtab;
+  if (tree.program->assigns()) {
+    result->SetString("");
+    return result;
+  }
   result->type = SYM_SCALAR;
   result->value = d;
   return result;
@@ -399,7 +480,10 @@ bool EvaluateScalar(ParsedTree& tree, const MathParser& parser, bool tried, doub
       tree.program = ScalarProgram::Compile(*tree.root);
       tree.program_generation = MathParser::RegistryGeneration();
     }
-    if (RunProgram(tree, parser, out)) return true;
+    // An assignment's value is no scalar: the tree makes it this time.
+    if (!tree.program || !tree.program->assigns()) {
+      if (RunProgram(tree, parser, out)) return true;
+    }
   }
   if (tree.program || g_force_tree || tree.scalar_failures >= kMaxScalarFailures) return false;
   if (tree.root->evaluateScalar(out) && out == out) {  // a NaN as in Run

@@ -3,8 +3,10 @@
 // host's inner loop) then cost a short run over an instruction array instead
 // of a virtual call and a lookup per node.
 //
-// The program covers numbers, variables, + - * / ^, comparisons, unary minus
-// and calls of one argument to built-ins with a pure kernel (sin, abs, ...),
+// The program covers numbers, variables, + - * / ^, comparisons, unary minus,
+// one subscript of a vector variable (x[i]), calls of one argument to
+// built-ins with a pure kernel (sin, abs, ...) and, at the root, an
+// assignment (= += -= *= /=) to a scalar variable,
 // with exactly the arithmetic of the tree's scalar path. It never reports:
 // whenever a value is not a plain scalar (a variable that is missing, an
 // array or strings) or an operation would take the general path (a division
@@ -46,6 +48,7 @@ class ScalarProgram {
     kCallVariable,    // pushes f(variable)
     kSquare,          // x^2, which the scalar path computes as x*x
     kSquareVariable,  // pushes variable^2
+    kSubscript,       // the element of the vector variable at the index on top
     kAdd,
     kSubtract,
     kMultiply,
@@ -94,8 +97,12 @@ class ScalarProgram {
   static std::unique_ptr<ScalarProgram> Compile(const ParserCore_NS::Node& root);
 
   // The value with the variables of `parser`; false when the tree must be
-  // evaluated instead. Reads the parser's table without changing it.
+  // evaluated instead. Changes nothing but, for an assignment that
+  // succeeds, the value of its variable.
   QUORVIX_INTERNAL bool Run(const MathParser& parser, double& out);
+
+  // An assignment: its value is the empty string, not `out`.
+  bool assigns() const { return store_slot_ >= 0; }
 
   const std::vector<Instruction>& code() const { return code_; }
 
@@ -110,7 +117,8 @@ class ScalarProgram {
   std::vector<Instruction> code_;
   std::vector<double> stack_;  // operands below the top, sized at compile time
   std::vector<std::string> names_;
-  std::vector<const symtab*> records_;  // by slot, valid for bound_generation_
+  std::vector<symtab*> records_;  // by slot, valid for bound_generation_
+  int store_slot_ = -1;           // the assigned variable, or -1
   const MathParser* bound_to_ = nullptr;
   std::uint64_t bound_generation_ = 0;
 };
