@@ -214,21 +214,19 @@ symtab* MathParser::Evaluate(char* text) {
   // The copy that error reports quote is rewritten only when the text
   // differs from the last one (a text evaluated over and over is the case
   // this path is for).
-  quorvix::ParsedTree* seen = nullptr;
+  const bool same = expression_text_ != nullptr && std::strcmp(expression_text_, source) == 0;
+  // The text evaluated last, again: its tree is at hand without a lookup
+  // when the cache still holds the text the copy was confirmed against.
+  quorvix::ParsedTree* seen =
+      same ? quorvix::LastParsedText(expression_text_, allow_escape_characters_) : nullptr;
   bool tried = false;
-  if (expression_text_ != nullptr && std::strcmp(expression_text_, source) == 0) {
-    // The text evaluated last, again: its tree is at hand without a lookup
-    // when the cache still holds the text the copy was confirmed against.
-    seen = quorvix::LastParsedText(expression_text_, allow_escape_characters_);
-    if (seen != nullptr)
-      if (symtab* result = quorvix::EvaluateCompiled(*seen, *this, tried))
-        return last_result_ = result;
-  } else {
-    StoreExpressionText(source, std::strlen(source));
-  }
+  if (seen != nullptr)
+    if (symtab* result = quorvix::EvaluateCompiled(*seen, *this, tried))
+      return last_result_ = result;
   // Out of line, and given copies, so that the compiled path neither pays
   // for its frame nor keeps its locals in memory.
-  return [ this, source, seen, tried ]() __attribute__((noinline)) {
+  return [ this, source, same, seen, tried ]() __attribute__((noinline)) {
+    if (!same) StoreExpressionText(source, std::strlen(source));
     const int skip = LeadingBlanks(source);
     return Guarded(skip, [&] {
       quorvix::ParsePin pin;
