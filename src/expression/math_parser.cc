@@ -10,6 +10,7 @@
 #include "parser/core/error.h"
 #include "util/limit_error.h"
 #include "util/run_budget.h"
+#include "values/record_pool.h"
 #include "values/value_limits.h"
 #include "values/value_ops.h"
 
@@ -115,6 +116,7 @@ void MathParser::CopyFrom(const MathParser& other) {
 }
 
 MathParser::~MathParser() {
+  quorvix::ForgetTextCopy(expression_text_);
   delete[] expression_text_;
   delete[] error_message_;
   ClearStack();
@@ -125,6 +127,7 @@ MathParser::~MathParser() {
 
 void MathParser::StoreExpressionText(const char* text, std::size_t length) {
   // The copy of the text reuses its buffer when the new text fits.
+  quorvix::ForgetTextCopy(expression_text_);
   if (expression_text_ == nullptr || length >= expression_capacity_) {
     char* copy = new char[length + 16];
     delete[] expression_text_;
@@ -183,9 +186,7 @@ symtab* EvaluateParsed(MathParser& parser, quorvix::ParsedTree& tree, bool progr
   double d;
   if (quorvix::EvaluateScalar(tree, parser, program_tried, d)) {
     MathParser::ClearError();
-    auto* result = new symtab;
-    result->SetScalar(d);
-    return result;
+    return quorvix::record_pool::NewScalar(d);
   }
   symtab value;
   tree.root->evaluate(value);
@@ -213,22 +214,29 @@ symtab* MathParser::Evaluate(char* text) {
   // The copy that error reports quote is rewritten only when the text
   // differs from the last one (a text evaluated over and over is the case
   // this path is for).
-  if (expression_text_ == nullptr || std::strcmp(expression_text_, source) != 0)
-    StoreExpressionText(source, std::strlen(source));
-  // The text evaluated last, again: its tree is at hand without a lookup.
-  quorvix::ParsedTree* seen = quorvix::LastParsedText(source, allow_escape_characters_);
+  const bool same = expression_text_ != nullptr && std::strcmp(expression_text_, source) == 0;
+  // The text evaluated last, again: its tree is at hand without a lookup
+  // when the cache still holds the text the copy was confirmed against.
+  quorvix::ParsedTree* seen =
+      same ? quorvix::LastParsedText(expression_text_, allow_escape_characters_) : nullptr;
   bool tried = false;
-  if (seen != nullptr) {
+  if (seen != nullptr)
     if (symtab* result = quorvix::EvaluateCompiled(*seen, *this, tried))
       return last_result_ = result;
+  // Out of line, and given copies, so that the compiled path neither pays
+  // for its frame nor keeps its locals in memory.
+  return [ this, source, same, seen, tried ]() __attribute__((noinline)) {
+    if (!same) StoreExpressionText(source, std::strlen(source));
+    const int skip = LeadingBlanks(source);
+    return Guarded(skip, [&] {
+      quorvix::ParsePin pin;
+      quorvix::ParsedTree& tree =
+          quorvix::ParseText(std::string_view(source), skip, allow_escape_characters_);
+      quorvix::ConfirmTextCopy(expression_text_, allow_escape_characters_);
+      return EvaluateParsed(*this, tree, tried && &tree == seen);
+    });
   }
-  const int skip = LeadingBlanks(source);
-  return Guarded(skip, [&] {
-    quorvix::ParsePin pin;
-    quorvix::ParsedTree& tree =
-        quorvix::ParseText(std::string_view(source), skip, allow_escape_characters_);
-    return EvaluateParsed(*this, tree, tried && &tree == seen);
-  });
+  ();
 }
 
 MathParserExpression* MathParser::CreateExpression(const char* text) {
@@ -249,7 +257,7 @@ symtab* MathParser::Evaluate(MathParserExpression* expr) {
   if (symtab* result = quorvix::EvaluateCompiled(*expr->tree(), *this, tried))
     return last_result_ = result;
   // Out of line, so that the compiled path does not pay for its frame.
-  return [&]() __attribute__((noinline)) {
+  return [ this, expr, tried ]() __attribute__((noinline)) {
     return Guarded(0, [&] { return EvaluateParsed(*this, *expr->tree(), tried); });
   }
   ();

@@ -114,13 +114,18 @@ std::shared_ptr<ParsedTree> ParseExpression(std::string_view text, bool escapes)
   return tree;
 }
 
-ParsedTree* LastParsedText(const char* text, bool escapes) {
+ConfirmedText g_confirmed[2];
+
+void ConfirmTextCopy(const char* copy, bool escapes) {
   Cache& cache = TheCache();
   const int k = escapes ? 1 : 0;
-  if (!cache.given_tree[k] || cache.registry_generation != MathParser::RegistryGeneration() ||
-      std::strcmp(cache.given_text[k].c_str(), text) != 0)
-    return nullptr;
-  return cache.given_tree[k].get();
+  if (cache.enabled && cache.given_tree[k])
+    g_confirmed[k] = {copy, cache.given_tree[k].get(), cache.registry_generation};
+}
+
+void ForgetTextCopy(const char* copy) {
+  for (ConfirmedText& c : g_confirmed)
+    if (c.copy == copy) c = {};
 }
 
 ParsedTree& ParseText(std::string_view text, int skip, bool escapes) {
@@ -133,6 +138,7 @@ ParsedTree& ParseText(std::string_view text, int skip, bool escapes) {
   std::shared_ptr<ParsedTree> tree = ParseExpression(text.substr(skip), escapes);
   ParsedTree& result = *tree;
   if (cache.enabled) {
+    g_confirmed[k] = {};
     cache.given_text[k].assign(text);
     Drop(cache, cache.given_tree[k]);
     cache.given_tree[k] = std::move(tree);
@@ -159,6 +165,7 @@ void ClearParseCache() {
     ClearTrees(cache, cache.trees[k]);
     Drop(cache, cache.last_tree[k]);
     Drop(cache, cache.given_tree[k]);
+    g_confirmed[k] = {};
   }
 }
 

@@ -11,6 +11,7 @@
 
 #include "expression/scalar_program.h"
 #include "parser/core/node.h"
+#include "quorvix/math_parser.h"
 
 namespace quorvix {
 
@@ -37,10 +38,31 @@ std::shared_ptr<ParsedTree> ParseExpression(std::string_view text, bool escapes)
 // ParseExpression.
 ParsedTree& ParseText(std::string_view text, int skip, bool escapes);
 
-// The tree of ParseText's last hit or parse when the NUL-terminated `text`
-// is that same text and nothing has changed the parse since; null
-// otherwise. Valid until the cache is next used.
-QUORVIX_INTERNAL ParsedTree* LastParsedText(const char* text, bool escapes);
+// The text ParseText was given last, as a buffer of a parser's that holds
+// the same bytes: recognising that text again is then a comparison with the
+// parser's copy and of a pointer, not a second scan. Cleared whenever the
+// cache lets go of the text or the tree.
+struct ConfirmedText {
+  const char* copy = nullptr;
+  ParsedTree* tree = nullptr;
+  std::uint64_t registry_generation = 0;
+};
+extern QUORVIX_INTERNAL ConfirmedText g_confirmed[2];  // by escape option
+
+// The tree of ParseText's last hit or parse when `copy` is the buffer that
+// ConfirmTextCopy has since vouched for and the registry has not changed;
+// null otherwise. Valid until the cache is next used.
+inline ParsedTree* LastParsedText(const char* copy, bool escapes) {
+  const ConfirmedText& c = g_confirmed[escapes ? 1 : 0];
+  return copy != nullptr && copy == c.copy &&
+                 c.registry_generation == MathParser::RegistryGeneration()
+             ? c.tree
+             : nullptr;
+}
+// Right after ParseText: `copy` holds the text ParseText was just given.
+// Its owner calls ForgetTextCopy before it rewrites or frees the buffer.
+QUORVIX_INTERNAL void ConfirmTextCopy(const char* copy, bool escapes);
+QUORVIX_INTERNAL void ForgetTextCopy(const char* copy);
 
 // Marks an evaluation of trees handed out by ParseText.
 class ParsePin {

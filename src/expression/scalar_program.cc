@@ -9,6 +9,7 @@
 #include "parser/math/value_nodes.h"
 #include "quorvix/math_parser.h"
 #include "util/stack_budget.h"
+#include "values/record_pool.h"
 
 namespace quorvix {
 
@@ -464,14 +465,12 @@ symtab* EvaluateCompiled(ParsedTree& tree, MathParser& parser, bool& tried) {
   if (!tried || !RunProgram(tree, parser, d)) return nullptr;
   if (parser.ErrorMessage() != nullptr) parser.SetErrorMessage(nullptr);
   if (MathParser::ErrorPending()) MathParser::ClearError();
-  auto* result = new symtab;
   if (tree.program->assigns()) {
+    auto* result = new symtab;
     result->SetString("");
     return result;
   }
-  result->type = SYM_SCALAR;
-  result->value = d;
-  return result;
+  return record_pool::NewScalar(d);
 }
 
 bool EvaluateScalar(ParsedTree& tree, const MathParser& parser, bool tried, double& out) {

@@ -5,32 +5,12 @@
 #include <utility>
 
 #include "util/limit_error.h"
+#include "values/record_pool.h"
 #include "values/value_limits.h"
 
 namespace {
 
-// Free list of symtab-sized blocks. The library is single-threaded by
-// contract, so the list needs no lock.
-struct FreeBlock {
-  FreeBlock* next;
-};
-FreeBlock* g_free_list = nullptr;
-std::size_t g_free_count = 0;
-constexpr std::size_t kMaxFree = 4096;
-
-// Sanitizer builds bypass the free list, so that a use of a freed record is
-// reported instead of reading a recycled block.
-#if defined(__SANITIZE_ADDRESS__) || defined(QUORVIX_SANITIZE)
-constexpr bool kPoolRecords = false;
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer)
-constexpr bool kPoolRecords = false;
-#else
-constexpr bool kPoolRecords = true;
-#endif
-#else
-constexpr bool kPoolRecords = true;
-#endif
+constexpr bool kPoolRecords = quorvix::record_pool::kEnabled;
 
 // Freed arrays kept for the next array of the same element count, so that
 // an array expression evaluated again reuses memory whose pages are already
@@ -114,25 +94,19 @@ char* newstrdup(const char* s) {
   return d;
 }
 
+namespace quorvix::record_pool {
+List g_list;
+}  // namespace quorvix::record_pool
+
 void* symtab::operator new(std::size_t size) {
-  if (kPoolRecords && size == sizeof(symtab) && g_free_list != nullptr) {
-    FreeBlock* b = g_free_list;
-    g_free_list = b->next;
-    --g_free_count;
-    return b;
-  }
+  if (size == sizeof(symtab))
+    if (void* p = quorvix::record_pool::Take()) return p;
   return ::operator new(size);
 }
 
 void symtab::operator delete(void* p, std::size_t size) noexcept {
   if (p == nullptr) return;
-  if (kPoolRecords && size == sizeof(symtab) && g_free_count < kMaxFree) {
-    auto* b = static_cast<FreeBlock*>(p);
-    b->next = g_free_list;
-    g_free_list = b;
-    ++g_free_count;
-    return;
-  }
+  if (size == sizeof(symtab) && quorvix::record_pool::Give(p)) return;
   ::operator delete(p);
 }
 

@@ -81,6 +81,24 @@ TEST_F(ParseCacheTest, KeptExpressionOfARemovedFunctionFailsCleanly) {
   EXPECT_EQ(Eval(p, e.get()), "15");
 }
 
+// The text evaluated last is recognised by the parser's copy of it: a host
+// that rewrites its buffer in place, or a registry change between two
+// evaluations of the same bytes, must each lead to a new parse.
+TEST_F(ParseCacheTest, SameBufferAgainIsParsedAgainWhenItsBytesOrTheRegistryChange) {
+  MathParser p;
+  char text[] = "1+2";
+  EXPECT_EQ(Describe(p.Evaluate(text)), "3");
+  EXPECT_EQ(Describe(p.Evaluate(text)), "3");
+  text[0] = '5';
+  EXPECT_EQ(Describe(p.Evaluate(text)), "7");
+  EXPECT_STREQ(p.ExpressionText(), "5+2");
+  ASSERT_EQ(MathParser::AddFunc("qvcache_fn", Tripled, 1), 0);
+  EXPECT_EQ(Eval(p, "qvcache_fn(2)"), "6");
+  EXPECT_EQ(Eval(p, "qvcache_fn(2)"), "6");
+  MathParser::RemoveFunc("qvcache_fn");
+  EXPECT_EQ(Eval(p, "qvcache_fn(2)"), "error: Syntax error");
+}
+
 // The same text, alternately in two parsers and after switching, so that no
 // parse is carried over from one setting of the escape option to the other.
 TEST_F(ParseCacheTest, EscapeOptionChangesTheParseOfTheSameText) {
