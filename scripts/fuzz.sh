@@ -90,6 +90,10 @@ for name in "${fuzzers[@]}"; do
            -print_final_stats=1 -artifact_prefix="$artifacts/$name-")
   dict="$ROOT/fuzz/${name%_fuzzer}.dict"
   [[ -f $dict ]] && options+=(-dict="$dict")
+  # A target's own libFuzzer options (fuzz/NAME.options, one a line) come
+  # after the common ones and so override them.
+  own="$ROOT/fuzz/${name%_fuzzer}.options"
+  [[ -f $own ]] && mapfile -t -O "${#options[@]}" options < <(grep -v '^#' "$own")
   # A target's own sanitizer options (fuzz/NAME.asan, one a line) are added
   # to the common ones for its run only.
   asan_options="$ASAN_OPTIONS"

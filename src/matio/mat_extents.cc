@@ -117,6 +117,9 @@ class HeaderCheck {
     if (depth > kMaxNesting) return Damaged("a variable is nested too deeply");
     Element flags, dims, name;
     if (!Next(budget, flags) || !Next(budget, dims) || !Next(budget, name)) return false;
+    // matio reads the flags as two words whatever their tag says, and the
+    // dimensions as whole words: any other length parts its reading from ours.
+    if (flags.bytes != 8 || dims.bytes % 4 != 0) return Damaged("a variable's header is damaged");
     const unsigned klass = flags.data.size() >= 4 ? Word(flags.data.data(), big_endian_) & 0xFF : 0;
     if (klass != kCell && klass != kStruct && klass != kObject) {
       // matio sizes some data (text in UTF-8, say) by the data's own tag.

@@ -19,6 +19,10 @@
 #endif
 #endif
 
+// Set by a fuzzing driver so that a sanitizer report runs its handler; a
+// weak reference, null when no sanitizer runtime is linked.
+extern "C" void __sanitizer_set_death_callback(void (*callback)()) __attribute__((weak));
+
 namespace quorvix {
 
 namespace {
@@ -88,6 +92,7 @@ IsolatedResult RunIsolated(const std::function<std::string()>& work, std::string
     // A crash here is an answer, not the host's crash: the host's crash
     // handlers (a reporter, a fuzzer's) must not act on it.
     for (int sig : {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGABRT}) ::signal(sig, SIG_DFL);
+    if (__sanitizer_set_death_callback != nullptr) __sanitizer_set_death_callback(nullptr);
     LimitMemory();
     const std::string result = work();
     // The length comes last, so that a child cut off mid-write is told from
