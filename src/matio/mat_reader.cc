@@ -375,13 +375,20 @@ std::unique_ptr<results::ResultTree> Open(const std::string& path, const Policy&
     return builder.Finish(mat.get());
   };
   // Version 7.3 is HDF5 underneath, which can crash on a damaged file (see
-  // the HDF5 reader): the same walk runs first in a child, and only a file
-  // that it gets through is walked here.
+  // the HDF5 reader): the same walk, and the same reads the loads will make
+  // (each opens the file afresh for one variable), run first in a child,
+  // and only a file that it gets through is walked here.
   if (version == MAT_FT_MAT73) {
     std::string ignored;
     const IsolatedResult trial = RunIsolated(
         [&] {
           build();
+          MatPtr names(Mat_Open(path.c_str(), MAT_ACC_RDONLY));
+          while (names) {
+            VarPtr info{Mat_VarReadNextInfo(names.get())};
+            if (!info) break;
+            if (info->name != nullptr) ReadVariable(path, info->name);
+          }
           return std::string();
         },
         ignored, kTrialSeconds);
