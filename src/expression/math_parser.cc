@@ -6,6 +6,7 @@
 #include <new>
 
 #include "expression/builtin_registrar.h"
+#include "expression/compiled_evaluation.h"
 #include "expression/parse_cache.h"
 #include "parser/core/error.h"
 #include "util/limit_error.h"
@@ -219,13 +220,11 @@ symtab* MathParser::Evaluate(char* text) {
   // when the cache still holds the text the copy was confirmed against.
   quorvix::ParsedTree* seen =
       same ? quorvix::LastParsedText(expression_text_, allow_escape_characters_) : nullptr;
-  bool tried = false;
   if (seen != nullptr)
-    if (symtab* result = quorvix::EvaluateCompiled(*seen, *this, tried))
-      return last_result_ = result;
+    if (symtab* result = quorvix::EvaluateCompiled(*seen, *this)) return last_result_ = result;
   // Out of line, and given copies, so that the compiled path neither pays
   // for its frame nor keeps its locals in memory.
-  return [ this, source, same, seen, tried ]() __attribute__((noinline)) {
+  return [ this, source, same, seen ]() __attribute__((noinline)) {
     if (!same) StoreExpressionText(source, std::strlen(source));
     const int skip = LeadingBlanks(source);
     return Guarded(skip, [&] {
@@ -233,7 +232,7 @@ symtab* MathParser::Evaluate(char* text) {
       quorvix::ParsedTree& tree =
           quorvix::ParseText(std::string_view(source), skip, allow_escape_characters_);
       quorvix::ConfirmTextCopy(expression_text_, allow_escape_characters_);
-      return EvaluateParsed(*this, tree, tried && &tree == seen);
+      return EvaluateParsed(*this, tree, &tree == seen && quorvix::ProgramCurrent(tree));
     });
   }
   ();
@@ -253,12 +252,12 @@ MathParserExpression* MathParser::CreateExpression(const char* text) {
 
 symtab* MathParser::Evaluate(MathParserExpression* expr) {
   if (expr == nullptr || !expr->tree()) return nullptr;
-  bool tried = false;
-  if (symtab* result = quorvix::EvaluateCompiled(*expr->tree(), *this, tried))
+  if (symtab* result = quorvix::EvaluateCompiled(*expr->tree(), *this))
     return last_result_ = result;
   // Out of line, so that the compiled path does not pay for its frame.
-  return [ this, expr, tried ]() __attribute__((noinline)) {
-    return Guarded(0, [&] { return EvaluateParsed(*this, *expr->tree(), tried); });
+  return [ this, expr ]() __attribute__((noinline)) {
+    quorvix::ParsedTree& tree = *expr->tree();
+    return Guarded(0, [&] { return EvaluateParsed(*this, tree, quorvix::ProgramCurrent(tree)); });
   }
   ();
 }
@@ -267,10 +266,11 @@ symtab* MathParser::Evaluate(MathParserExpression* expr, const char* text, std::
   if (expr == nullptr || !expr->tree()) return nullptr;
   // The text is copied only when an error report needs it: this is the path
   // of expressions re-read in loops.
-  bool tried = false;
-  if (symtab* result = quorvix::EvaluateCompiled(*expr->tree(), *this, tried))
+  if (symtab* result = quorvix::EvaluateCompiled(*expr->tree(), *this))
     return last_result_ = result;
-  symtab* result = Guarded(0, [&] { return EvaluateParsed(*this, *expr->tree(), tried); });
+  quorvix::ParsedTree& tree = *expr->tree();
+  symtab* result =
+      Guarded(0, [&] { return EvaluateParsed(*this, tree, quorvix::ProgramCurrent(tree)); });
   if (result == nullptr) {
     StoreExpressionText(text, length);
     error_position_ += LeadingBlanks(expression_text_);

@@ -24,6 +24,9 @@ struct ParsedTree {
   // one), for the registry generation it was compiled under.
   std::unique_ptr<ScalarProgram> program;
   std::uint64_t program_generation = ~std::uint64_t{0};
+  // The program while it has not failed too often in a row, else null: one
+  // test on the compiled entry instead of three.
+  ScalarProgram* runnable = nullptr;
 };
 
 // Parses with the standard grammar, through the cache. Raises

@@ -1,7 +1,9 @@
 #include "expression/scalar_program.h"
 
 #include <algorithm>
+#include <limits>
 
+#include "expression/compiled_evaluation.h"
 #include "expression/parse_cache.h"
 #include "expression/quorvix_adaptor.h"
 #include "parser/math/operator_nodes.h"
@@ -13,6 +15,8 @@
 
 namespace quorvix {
 
+bool g_force_tree = false;
+
 namespace {
 
 using MathParser_NS::ScalarCompare;
@@ -20,8 +24,6 @@ using MathParser_NS::ScalarDivide;
 using MathParser_NS::ScalarPower;
 using ParserCore_NS::NodeClass;
 using Op = ScalarProgram::Op;
-
-bool g_force_tree = false;
 
 // Trees nested deeper than this, or met with the stack budget spent, stay
 // with the tree path, whose evaluation guards the stack and reports; the
@@ -173,7 +175,12 @@ class ScalarCompiler {
   }
 
   void Finish() {
-    Emit(Op::kEnd);
+    // An assignment ends in its store, so that a run needs nothing of the
+    // program but its instructions.
+    if (p_.store_slot_ >= 0)
+      Emit(Op::kEndStore).slot = static_cast<std::uint32_t>(p_.store_slot_);
+    else
+      Emit(Op::kEnd);
     p_.stack_.assign(static_cast<std::size_t>(max_depth_) + 1, 0.0);
     p_.records_.assign(p_.names_.size(), nullptr);
   }
@@ -330,14 +337,16 @@ inline bool Element(const symtab* record, double subscript, double& v) {
 // an indirect jump that the processor predicts per site.
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wpedantic"
-bool ScalarProgram::Run(const MathParser& parser, double& out) {
+double ScalarProgram::Run(const MathParser& parser) {
+  constexpr double kGiveUp = std::numeric_limits<double>::quiet_NaN();
   // Without assignments the tree reads no table records either.
   if (!names_.empty() && (!parser.AllowAssign() || (!IsBoundTo(parser) && !Bind(parser))))
-    return false;
+    return kGiveUp;
 #define QUORVIX_BINARY_TARGETS(form) \
   &&add##form, &&subtract##form, &&multiply##form, &&divide##form, &&power##form, &&compare##form
   static const void* const kTargets[] = {
       &&end,
+      &&end_store,
       &&constant,
       &&load,
       &&negate,
@@ -365,21 +374,21 @@ bool ScalarProgram::Run(const MathParser& parser, double& out) {
 #define QUORVIX_BINARY(name, fn)                                                       \
   name:                                                                                \
     r = top;                                                                           \
-    if (!fn(*--sp, r, ip->relation, top)) return false;                                \
+    if (!fn(*--sp, r, ip->relation, top)) return kGiveUp;                                \
     QUORVIX_NEXT;                                                                      \
   name##_c:                                                                            \
-    if (!fn(top, ip->number, ip->relation, top)) return false;                         \
+    if (!fn(top, ip->number, ip->relation, top)) return kGiveUp;                         \
     QUORVIX_NEXT;                                                                      \
   name##_v:                                                                            \
-    if (!Read(vars[ip->slot], r) || !fn(top, r, ip->relation, top)) return false;      \
+    if (!Read(vars[ip->slot], r) || !fn(top, r, ip->relation, top)) return kGiveUp;      \
     QUORVIX_NEXT;                                                                      \
   name##_cv:                                                                           \
     *sp++ = top;                                                                       \
-    if (!Read(vars[ip->slot], r) || !fn(ip->number, r, ip->relation, top)) return false; \
+    if (!Read(vars[ip->slot], r) || !fn(ip->number, r, ip->relation, top)) return kGiveUp; \
     QUORVIX_NEXT;                                                                      \
   name##_vc:                                                                           \
     *sp++ = top;                                                                       \
-    if (!Read(vars[ip->slot], l) || !fn(l, ip->number, ip->relation, top)) return false; \
+    if (!Read(vars[ip->slot], l) || !fn(l, ip->number, ip->relation, top)) return kGiveUp; \
     QUORVIX_NEXT;
   // clang-format on
 
@@ -388,25 +397,26 @@ end:
   // Which NaN an operation on two NaNs gives (its sign shows in the output)
   // depends on the order in which the compiler placed the operands, so a
   // NaN result is left to the tree.
-  if (top != top) return false;
-  if (store_slot_ >= 0) {
-    // What the tree's store does to a scalar variable, done only once the
-    // value is known.
-    symtab* target = records_[static_cast<std::size_t>(store_slot_)];
-    if (target->type != SYM_SCALAR || parser.NumSetFuncs() != 0) return false;
+  return top;
+end_store:
+  // What the tree's store does to a scalar variable, done only once the
+  // value is known.
+  if (top != top) return top;
+  {
+    symtab* target = const_cast<symtab*>(vars[ip->slot]);
+    if (target->type != SYM_SCALAR || parser.NumSetFuncs() != 0) return kGiveUp;
     target->value = top;
     target->frozen = 0;
     target->shared = 1;
   }
-  out = top;
-  return true;
+  return top;
 constant:
   *sp++ = top;
   top = ip->number;
   QUORVIX_NEXT;
 load:
   *sp++ = top;
-  if (!Read(vars[ip->slot], top)) return false;
+  if (!Read(vars[ip->slot], top)) return kGiveUp;
   QUORVIX_NEXT;
 negate:
   top = -top;
@@ -416,7 +426,7 @@ call:
   QUORVIX_NEXT;
 call_v:
   *sp++ = top;
-  if (!Read(vars[ip->slot], r)) return false;
+  if (!Read(vars[ip->slot], r)) return kGiveUp;
   top = ip->kernel(r);
   QUORVIX_NEXT;
 square:
@@ -424,11 +434,11 @@ square:
   QUORVIX_NEXT;
 square_v:
   *sp++ = top;
-  if (!Read(vars[ip->slot], r)) return false;
+  if (!Read(vars[ip->slot], r)) return kGiveUp;
   top = r * r;
   QUORVIX_NEXT;
 subscript:
-  if (!Element(vars[ip->slot], top, top)) return false;
+  if (!Element(vars[ip->slot], top, top)) return kGiveUp;
   QUORVIX_NEXT;
   QUORVIX_BINARY(add, AddOp)
   QUORVIX_BINARY(subtract, SubtractOp)
@@ -443,41 +453,30 @@ subscript:
 
 namespace {
 
-bool ProgramCurrent(const ParsedTree& tree) {
-  return tree.program_generation == MathParser::RegistryGeneration();
+// A program that has failed too often in a row is no longer offered to the
+// compiled entry; the tree's own scalar path keeps counting for it.
+void CountRun(ParsedTree& tree, bool succeeded) {
+  tree.scalar_failures = succeeded ? 0 : tree.scalar_failures + 1;
+  tree.runnable = tree.scalar_failures < kMaxScalarFailures ? tree.program.get() : nullptr;
 }
 
 bool RunProgram(ParsedTree& tree, const MathParser& parser, double& out) {
   if (!tree.program || g_force_tree || tree.scalar_failures >= kMaxScalarFailures) return false;
-  if (tree.program->Run(parser, out)) {
-    tree.scalar_failures = 0;
-    return true;
-  }
-  ++tree.scalar_failures;
-  return false;
+  out = tree.program->Run(parser);
+  CountRun(tree, out == out);
+  return out == out;
 }
 
 }  // namespace
 
-symtab* EvaluateCompiled(ParsedTree& tree, MathParser& parser, bool& tried) {
-  double d;
-  tried = ProgramCurrent(tree);
-  if (!tried || !RunProgram(tree, parser, d)) return nullptr;
-  if (parser.ErrorMessage() != nullptr) parser.SetErrorMessage(nullptr);
-  if (MathParser::ErrorPending()) MathParser::ClearError();
-  if (tree.program->assigns()) {
-    auto* result = new symtab;
-    result->SetString("");
-    return result;
-  }
-  return record_pool::NewScalar(d);
-}
+void CountCompiledFailure(ParsedTree& tree) { CountRun(tree, false); }
 
 bool EvaluateScalar(ParsedTree& tree, const MathParser& parser, bool tried, double& out) {
   if (!tried) {
     if (!ProgramCurrent(tree)) {
       tree.program = ScalarProgram::Compile(*tree.root);
       tree.program_generation = MathParser::RegistryGeneration();
+      tree.runnable = tree.scalar_failures < kMaxScalarFailures ? tree.program.get() : nullptr;
     }
     // An assignment's value is no scalar: the tree makes it this time.
     if (!tree.program || !tree.program->assigns()) {

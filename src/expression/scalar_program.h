@@ -41,6 +41,7 @@ class ScalarProgram {
   // variable and a constant given in the instruction (these push a value).
   enum Op : std::uint8_t {
     kEnd,
+    kEndStore,  // ends an assignment: stores the value into the variable
     kConst,
     kLoad,
     kNegate,
@@ -96,10 +97,12 @@ class ScalarProgram {
   // does not cover, or an operation on constants that never succeeds.
   static std::unique_ptr<ScalarProgram> Compile(const ParserCore_NS::Node& root);
 
-  // The value with the variables of `parser`; false when the tree must be
-  // evaluated instead. Changes nothing but, for an assignment that
-  // succeeds, the value of its variable.
-  QUORVIX_INTERNAL bool Run(const MathParser& parser, double& out);
+  // The value with the variables of `parser`, or a NaN when the tree must be
+  // evaluated instead (a NaN result is left to the tree as well, so no value
+  // is lost). Changes nothing but, for an assignment that succeeds, the
+  // value of its variable. The value comes back in a register: this is the
+  // innermost call of a host's evaluation loop.
+  QUORVIX_INTERNAL double Run(const MathParser& parser);
 
   // An assignment: its value is the empty string, not `out`.
   bool assigns() const { return store_slot_ >= 0; }
@@ -125,20 +128,19 @@ class ScalarProgram {
 
 // The scalar paths of a tree. Both give up, with no side effects, when the
 // general path must evaluate the tree; after a few failures in a row they
-// stop trying.
+// stop trying. EvaluateCompiled (compiled_evaluation.h) runs a current
+// program without the evaluation's setup.
 //
-// EvaluateCompiled runs the tree's program when it is compiled and current
-// (compiled under the registry as it is now) and gives the new result
-// record, as a successful evaluation of `parser` leaves things (no message,
-// no pending error); null otherwise, with `tried` telling whether the
-// program ran. It needs none of the evaluation's setup: a program neither
-// recurses, nor calls back, nor reports.
-QUORVIX_INTERNAL symtab* EvaluateCompiled(ParsedTree& tree, MathParser& parser, bool& tried);
 // Inside the evaluation's setup: compiles the program when it is not
 // current and, unless EvaluateCompiled has just run it, runs it; else the
 // nodes' own scalar evaluation for a tree without a program.
 QUORVIX_INTERNAL bool EvaluateScalar(ParsedTree& tree, const MathParser& parser, bool tried,
                                      double& out);
+// Counts a failed run of the tree's program (EvaluateCompiled's slow side).
+QUORVIX_INTERNAL void CountCompiledFailure(ParsedTree& tree);
+
+// Set while every evaluation must take the general tree path.
+extern QUORVIX_INTERNAL bool g_force_tree;
 
 // Makes every evaluation take the general tree path (off by default). For
 // the tests that compare the paths and for measurements; not for hosts.
