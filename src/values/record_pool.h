@@ -6,6 +6,7 @@
 #define QUORVIX_VALUES_RECORD_POOL_H
 
 #include <cstddef>
+#include <cstring>
 #include <new>
 
 #include "quorvix/symtab.h"
@@ -60,6 +61,9 @@ inline bool Give(void* p) {
 // A new anonymous scalar record, freed by its owner with Delete().
 inline symtab* NewScalar(double v) {
   void* p = Take();
+  // A new record is all zeros; cleared in whole words first, the
+  // constructor's own stores of zero fold away.
+  if (p != nullptr) std::memset(p, 0, sizeof(symtab));
   symtab* r = p != nullptr ? ::new (p) symtab : new symtab;
   r->type = SYM_SCALAR;
   r->value = v;
