@@ -158,9 +158,9 @@ py::str PythonParser::Fill(py::handle source_object, bool from_file, py::handle 
     failure.file = source;
     throw failure;
   }
-  if (lf) out = WithLf(out);
+  if (lf) out = WithLfLineEnds(out);
   if (status != 0) {
-    const std::string report = WithLf(errors != nullptr ? errors : "fill failed");
+    const std::string report = WithLfLineEnds(errors != nullptr ? errors : "fill failed");
     Failure failure(report);
     LocateReport(report, from_file ? ReadText(source) : source,
                  from_file ? source.c_str() : nullptr, failure);
