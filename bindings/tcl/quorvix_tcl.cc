@@ -133,16 +133,6 @@ class StringSink : public quorvix::OutputSink {
   std::string text;
 };
 
-std::string LfLineEnds(const std::string& text) {
-  std::string out;
-  out.reserve(text.size());
-  for (std::size_t i = 0; i < text.size(); ++i) {
-    if (text[i] == '\r' && i + 1 < text.size() && text[i + 1] == '\n') continue;
-    out.push_back(text[i]);
-  }
-  return out;
-}
-
 struct FillOptions {
   std::vector<std::pair<std::string, std::string>> defines;
   std::vector<std::string> includes;
@@ -233,12 +223,12 @@ int FillWith(ClientData data, Tcl_Interp* interp, int objc, Tcl_Obj* const objv[
   if (status > 0) {
     // The engine's report has CR LF line ends like its output; a Tcl
     // message has LF.
-    std::string message = LfLineEnds(error_text ? error_text.get() : "fill failed");
+    std::string message = quorvix::WithLfLineEnds(error_text ? error_text.get() : "fill failed");
     while (!message.empty() && (message.back() == '\n' || message.back() == '\r'))
       message.pop_back();
     return Fail(interp, message);
   }
-  const std::string text = options.lf ? LfLineEnds(sink.text) : std::move(sink.text);
+  const std::string text = options.lf ? quorvix::WithLfLineEnds(sink.text) : std::move(sink.text);
   if (text.size() > static_cast<std::size_t>(INT_MAX))
     return Fail(interp, "fill output too long for a Tcl string");
   Tcl_SetObjResult(interp, Tcl_NewStringObj(text.data(), static_cast<int>(text.size())));

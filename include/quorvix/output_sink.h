@@ -5,6 +5,8 @@
 
 #include <cstddef>
 #include <cstdio>
+#include <string>
+#include <string_view>
 
 namespace quorvix {
 
@@ -32,6 +34,11 @@ class FileSink : public OutputSink {
   bool lf_;
   bool held_cr_ = false;  // a CR at the end of the last write, not yet written
 };
+
+// `text` with every CR LF pair turned into LF (a lone CR stays), as
+// FileSink writes it: for a host that collects a fill's output or error
+// report whole.
+std::string WithLfLineEnds(std::string_view text);
 
 }  // namespace quorvix
 

@@ -96,6 +96,20 @@ class Policy {
   // Starts processes; empty: posix_spawnp.
   ProcessLauncher launcher;
 
+  // The bounds restricted mode sets where the host names none.
+  static constexpr long long kRestrictedElements = 10'000'000;
+  static constexpr std::size_t kRestrictedOutputBytes = 100'000'000;
+
+  // Takes a host's trust options (the command line's, a binding's):
+  // restricted mode, the names getenv may answer there, and the bounds on
+  // elements and output bytes. A positive bound is taken as given; 0 keeps
+  // the library's default outside restricted mode and sets the restricted
+  // bound inside it, so that a restricted host never runs unbounded. The
+  // time limit is left to the host: the command line starts it only after
+  // its definitions.
+  void SetTrust(bool restricted, std::vector<std::string> allowed_env, long long max_elements,
+                long long max_output);
+
   // The message of a refusal: "<name> is not allowed in restricted mode".
   static std::string NotAllowed(const std::string& name);
   // True when `message` is such a refusal. Private evaluations that turn

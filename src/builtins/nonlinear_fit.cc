@@ -62,7 +62,10 @@ class Model {
         std::vector<std::span<const double>> xs, std::span<const double> y)
       : parser_(parser), expr_(expr), xs_(std::move(xs)), y_(y) {
     for (int i = 0; i < names.num_strings; ++i) param_names_.emplace_back(names.str_list[i]);
-    for (std::size_t k = 0; k < xs_.size(); ++k) x_names_.push_back("x" + std::to_string(k + 1));
+    // Appended, not "x" + ...: GCC 12 at -O3 warns falsely (-Wrestrict) about
+    // a literal added in front of a temporary string.
+    for (std::size_t k = 0; k < xs_.size(); ++k)
+      x_names_.emplace_back("x").append(std::to_string(k + 1));
     if (xs_.size() == 1) x_names_.emplace_back("x");
     symtab scalar;
     scalar.SetScalar(0.0);

@@ -141,7 +141,11 @@ bool Engine::ExpandMacro(Macro& macro, char** pos, std::unique_ptr<char[]>& text
     error_stream_->endl();
     return false;
   }
-  text = CopyText("}" + restore_brace(body));
+  // Appended rather than "}" + ...: GCC 12 at -O3 warns falsely
+  // (-Wrestrict) about a literal added in front of a temporary string.
+  std::string braced = "}";
+  braced += restore_brace(body);
+  text = CopyText(braced);
   return true;
 }
 

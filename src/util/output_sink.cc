@@ -39,4 +39,14 @@ bool FileSink::Finish() {
   return std::fflush(file_) == 0;
 }
 
+std::string WithLfLineEnds(std::string_view text) {
+  std::string out;
+  out.reserve(text.size());
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    if (text[i] == '\r' && i + 1 < text.size() && text[i + 1] == '\n') continue;
+    out.push_back(text[i]);
+  }
+  return out;
+}
+
 }  // namespace quorvix

@@ -12,6 +12,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <memory>
+#include <utility>
 
 #include "util/paths.h"
 #include "util/search_path.h"
@@ -106,6 +107,17 @@ bool Policy::IsRefusal(const std::string& message) {
   static const std::string kTail = NotAllowed("");
   return message.size() > kTail.size() &&
          message.compare(message.size() - kTail.size(), kTail.size(), kTail) == 0;
+}
+
+void Policy::SetTrust(bool restricted_mode, std::vector<std::string> env_names,
+                      long long max_elements, long long max_output) {
+  restricted = restricted_mode;
+  allowed_env = std::move(env_names);
+  if (max_elements > 0 || restricted)
+    limits.elements = max_elements > 0 ? max_elements : kRestrictedElements;
+  if (max_output > 0 || restricted)
+    limits.output_bytes =
+        max_output > 0 ? static_cast<std::size_t>(max_output) : kRestrictedOutputBytes;
 }
 
 bool Policy::AllowsCall(const char* name, unsigned flags, std::string* why) const {

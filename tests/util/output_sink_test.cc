@@ -33,6 +33,8 @@ TEST(FileSinkTest, LineEndsConvertAcrossWrites) {
   for (const Row& r : rows) {
     EXPECT_EQ(Through(true, r.pieces), r.lf);
     EXPECT_EQ(Through(false, r.pieces), r.kept);
+    // The whole text at once, as a binding converts what it collected.
+    EXPECT_EQ(quorvix::WithLfLineEnds(r.kept), r.lf);
   }
 }
 

@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <fstream>
 #include <string>
+#include <vector>
 
 #include "support/support.h"
 
@@ -70,6 +71,29 @@ TEST(PolicyFlagsTest, CallFlagsRefusedInRestrictedMode) {
   EXPECT_EQ(why, "system is not allowed in restricted mode");
   EXPECT_FALSE(policy.AllowsCall("fileopen", quorvix::kReadsFiles | quorvix::kWritesFiles, &why));
   EXPECT_EQ(why, "fileopen is not allowed in restricted mode");
+}
+
+TEST(PolicyTrustTest, RestrictedModeBoundsWhatTheHostLeavesOpen) {
+  struct Row {
+    bool restricted;
+    long long max_elements, max_output;
+    long long elements;
+    std::size_t output_bytes;
+  } rows[] = {
+      {false, 0, 0, 100'000'000, 0},
+      {true, 0, 0, 10'000'000, 100'000'000},
+      {true, 5, 7, 5, 7},
+      {false, 5, 0, 5, 0},
+      {true, 0, 200'000'000, 10'000'000, 200'000'000},
+  };
+  for (const Row& r : rows) {
+    Policy policy;
+    policy.SetTrust(r.restricted, {"HOME"}, r.max_elements, r.max_output);
+    EXPECT_EQ(policy.restricted, r.restricted);
+    EXPECT_EQ(policy.allowed_env, std::vector<std::string>{"HOME"});
+    EXPECT_EQ(policy.limits.elements, r.elements) << r.restricted << r.max_elements;
+    EXPECT_EQ(policy.limits.output_bytes, r.output_bytes) << r.restricted << r.max_output;
+  }
 }
 
 TEST(PolicyProcessTest, ProcessesStartThroughTheLauncher) {

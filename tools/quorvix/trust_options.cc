@@ -8,10 +8,6 @@
 namespace quorvix::cli {
 namespace {
 
-// Restricted mode's bounds when the command line names none.
-constexpr long long kRestrictedElements = 10'000'000;
-constexpr long long kRestrictedOutput = 100'000'000;
-
 bool ParsePositive(const std::string& text, long long& n) {
   char* end = nullptr;
   const long long v = std::strtoll(text.c_str(), &end, 10);
@@ -50,13 +46,7 @@ int ParseTrustOption(const Args& args, std::size_t& i, TrustOptions& o, bool wit
 }
 
 void ApplyTrust(const TrustOptions& o, Policy& policy) {
-  policy.restricted = o.restricted;
-  policy.allowed_env = o.allowed_env;
-  if (o.max_elements > 0 || o.restricted)
-    policy.limits.elements = o.max_elements > 0 ? o.max_elements : kRestrictedElements;
-  if (o.max_output > 0 || o.restricted)
-    policy.limits.output_bytes =
-        static_cast<std::size_t>(o.max_output > 0 ? o.max_output : kRestrictedOutput);
+  policy.SetTrust(o.restricted, o.allowed_env, o.max_elements, o.max_output);
 }
 
 }  // namespace quorvix::cli

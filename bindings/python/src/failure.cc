@@ -82,14 +82,4 @@ void LocateReport(std::string_view report, std::string_view source, const char* 
   }
 }
 
-std::string WithLf(std::string_view text) {
-  std::string out;
-  out.reserve(text.size());
-  for (std::size_t i = 0; i < text.size(); ++i) {
-    if (text[i] == '\r' && i + 1 < text.size() && text[i + 1] == '\n') continue;
-    out.push_back(text[i]);
-  }
-  return out;
-}
-
 }  // namespace quorvix::python

@@ -33,9 +33,6 @@ void LocateOffset(std::string_view text, int offset, Failure& failure);
 void LocateReport(std::string_view report, std::string_view source, const char* source_file,
                   Failure& failure);
 
-// CR LF pairs become LF.
-std::string WithLf(std::string_view text);
-
 }  // namespace quorvix::python
 
 #endif

@@ -19,10 +19,6 @@ namespace py = pybind11;
 
 namespace {
 
-// Restricted parsers get bounded resources even when the caller names none.
-constexpr long long kRestrictedElements = 10'000'000;
-constexpr long long kRestrictedOutput = 100'000'000;
-
 // Messages that are not output (echo, fit reports) go to standard error, as
 // from the command-line program.
 class StderrMessages : public MessageServiceBase {
@@ -96,13 +92,7 @@ PythonParser::PythonParser(const ParserOptions& options) {
   LibraryGuard guard;
   parser_ = std::make_unique<MathParser>();
   Policy& policy = parser_->policy();
-  policy.restricted = options.restricted;
-  policy.allowed_env = options.allow_env;
-  if (options.max_elements > 0 || options.restricted)
-    policy.limits.elements = options.max_elements > 0 ? options.max_elements : kRestrictedElements;
-  if (options.max_output > 0 || options.restricted)
-    policy.limits.output_bytes =
-        static_cast<std::size_t>(options.max_output > 0 ? options.max_output : kRestrictedOutput);
+  policy.SetTrust(options.restricted, options.allow_env, options.max_elements, options.max_output);
   policy.limits.seconds = options.time_limit;
   static StderrMessages messages;
   policy.messages = &messages;
@@ -168,9 +158,9 @@ py::str PythonParser::Fill(py::handle source_object, bool from_file, py::handle 
     failure.file = source;
     throw failure;
   }
-  if (lf) out = WithLf(out);
+  if (lf) out = WithLfLineEnds(out);
   if (status != 0) {
-    const std::string report = WithLf(errors != nullptr ? errors : "fill failed");
+    const std::string report = WithLfLineEnds(errors != nullptr ? errors : "fill failed");
     Failure failure(report);
     LocateReport(report, from_file ? ReadText(source) : source,
                  from_file ? source.c_str() : nullptr, failure);
