@@ -88,7 +88,7 @@ class MathParser {
   static symtab* GetDataPi(char* name);
 
   // Options -------------------------------------------------------------
-  void AllowAssign(int on) { allow_assign_ = on; }
+  void AllowAssign(int on);
   int AllowAssign() const { return allow_assign_; }
   void GlobalsInFunctions(int on) { globals_in_functions_ = on; }
   int GlobalsInFunctions() const { return globals_in_functions_; }

@@ -78,6 +78,14 @@ MathParserExpression::MathParserExpression(std::shared_ptr<quorvix::ParsedTree> 
     : tree_(std::move(tree)) {}
 MathParserExpression::~MathParserExpression() = default;
 
+// Compiled programs keep their variables bound while the table's generation
+// stands; reading variables at all depends on this switch, so it counts as a
+// change of the table.
+void MathParser::AllowAssign(int on) {
+  allow_assign_ = on;
+  vars_generation_ = NextGeneration();
+}
+
 MathParser::MathParser() : vars_generation_(NextGeneration()) {
   if (func_list.empty() && g_builtin_registrar != nullptr) g_builtin_registrar();
 }

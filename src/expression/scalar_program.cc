@@ -296,6 +296,9 @@ inline bool ScalarProgram::IsBoundTo(const MathParser& parser) const {
 
 bool ScalarProgram::Bind(const MathParser& parser) {
   bound_to_ = nullptr;
+  // Without assignments the tree reads no table records either. The switch
+  // moves the table's generation, so a binding never outlives it.
+  if (!names_.empty() && !parser.AllowAssign()) return false;
   const auto& table = parser.Variables();
   for (std::size_t i = 0; i < names_.size(); ++i) {
     auto it = table.find(names_[i]);
@@ -339,9 +342,7 @@ inline bool Element(const symtab* record, double subscript, double& v) {
 #pragma GCC diagnostic ignored "-Wpedantic"
 double ScalarProgram::Run(const MathParser& parser) {
   constexpr double kGiveUp = std::numeric_limits<double>::quiet_NaN();
-  // Without assignments the tree reads no table records either.
-  if (!names_.empty() && (!parser.AllowAssign() || (!IsBoundTo(parser) && !Bind(parser))))
-    return kGiveUp;
+  if (!IsBoundTo(parser) && !Bind(parser)) return kGiveUp;
 #define QUORVIX_BINARY_TARGETS(form) \
   &&add##form, &&subtract##form, &&multiply##form, &&divide##form, &&power##form, &&compare##form
   static const void* const kTargets[] = {
