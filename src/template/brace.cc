@@ -8,6 +8,7 @@
 #include "template/engine.h"
 #include "template/engine_types.h"
 #include "template/expression_cache.h"
+#include "template/group_memo.h"
 #include "template/statement_table.h"
 #include "template/text_scan.h"
 #include "util/output_stream.h"
@@ -34,11 +35,14 @@ int Engine::SyntaxError(const char* message) {
 }
 
 int Engine::fill_brace() {
+  char* const memo_key = memo_candidate_;
+  memo_candidate_ = nullptr;
   // Output grows without bound only through statements that repeat text
   // (loops, includes, macros, functions), and each runs through here.
   if (!WithinOutputLimit()) return 1;
   if (!line_has_output_) line_has_statement_ = 1;
   SkipBlanks();
+  bool first = true;
   while (*read_pos_ != '\0' && *read_pos_ != '}') {
     SkipBlanks();
     const char* before = read_pos_;
@@ -66,12 +70,17 @@ int Engine::fill_brace() {
           break;
         }
       }
+      // A group that is one expression statement may be remembered.
+      const bool plain = first && memo_key != nullptr && handler == &Engine::fill_brace_expr;
+      char* const statement = read_pos_;
       if ((this->*handler)()) return 1;
       if (leave_group_) {
         leave_group_ = false;
         return 0;
       }
+      if (plain) RememberGroup(memo_key, statement);
     }
+    first = false;
     SkipBlanks();
     if (*read_pos_ == ';') {
       ++read_pos_;
@@ -108,10 +117,7 @@ int Engine::fill_brace_expr() {
       }
     }
   }
-  std::string text;
-  if (!expr_to_string(text)) return 1;
-  if (IsFalse() == 0 && !text.empty()) WriteText(text.data(), text.size());
-  return 0;
+  return expr_to_string(nullptr) ? 0 : 1;
 }
 
 symtab* Engine::EvaluateText(char** pos) {
@@ -144,7 +150,26 @@ bool Engine::ReadExpression(char** pos, symtab*& value) {
   return false;
 }
 
-bool Engine::expr_to_string(std::string& text) {
+bool Engine::ReadLoopExpression(char* text, LoopExpression& parsed, symtab*& value) {
+  const bool escapes = parser_->AllowEscapeCharactersInStrings();
+  if (parsed.parsed && IsFalse() == 0 && !GeneralGroupsForced() && parsed.escapes == escapes &&
+      parsed.registry_generation == MathParser::RegistryGeneration()) {
+    value = parser_->Evaluate(parsed.parsed.get(), text, parsed.length);
+    if (value != nullptr) return true;
+    expression_error(parser_);
+    return false;
+  }
+  char* pos = text;
+  if (!ReadExpression(&pos, value)) return false;
+  if (value == nullptr) return true;
+  parsed.length = static_cast<std::size_t>(pos - text);
+  parsed.parsed.reset(parser_->CreateExpression(std::string(text, parsed.length).c_str()));
+  parsed.registry_generation = MathParser::RegistryGeneration();
+  parsed.escapes = escapes;
+  return true;
+}
+
+bool Engine::expr_to_string(std::string* text) {
   symtab* value = nullptr;
   if (IsFalse() != 0) {
     BalanceText(&read_pos_);
@@ -155,25 +180,35 @@ bool Engine::expr_to_string(std::string& text) {
       return false;
     }
   }
-
-  std::string format;
-  char letter = format_letter_;
-  int style = format_style_;
-  bool is_string = value != nullptr && value->type == SYM_STRINGS;
-  if (value != nullptr && value->type != SYM_SCALAR && value->type != SYM_ARRAY && !is_string) {
-    error_stream_->puts("Undefined value type");
-    error_stream_->endl();
-    value->Delete();
-    return false;
-  }
-  format = is_string ? string_format_ : number_format_;
-  if (is_string) letter = 's';
-  if (!ReadFormat(format, letter, style, false)) {
+  if (value != nullptr && !HasTextKind(value)) return false;
+  GroupFormat format;
+  if (!ReadGroupFormat(format)) {
     if (value) value->Delete();
     return false;
   }
-  if (value == nullptr) return true;
+  return value == nullptr || FormatGroupValue(value, format, text);
+}
 
+bool Engine::HasTextKind(symtab* value) {
+  if (value->type == SYM_SCALAR || value->type == SYM_ARRAY || value->type == SYM_STRINGS)
+    return true;
+  error_stream_->puts("Undefined value type");
+  error_stream_->endl();
+  value->Delete();
+  return false;
+}
+
+bool Engine::ReadGroupFormat(GroupFormat& format) {
+  // ReadFormat sets only what the text gives: the format with its letter
+  // (and the list style for a string format), then the style.
+  format = GroupFormat();
+  return ReadFormat(format.format, format.letter, format.style, false);
+}
+
+bool Engine::FormatGroupValue(symtab* value, const GroupFormat& format, std::string* text) {
+  const bool is_string = value->type == SYM_STRINGS;
+  const bool given = !format.format.empty();
+  const char letter = given ? format.letter : is_string ? 's' : format_letter_;
   if (is_string && letter != 's') {
     error_stream_->puts("unsuported format type");
     error_stream_->endl();
@@ -181,26 +216,57 @@ bool Engine::expr_to_string(std::string& text) {
     value->Delete();
     return false;
   }
+  const std::string& text_format = given       ? format.format
+                                   : is_string ? string_format_
+                                               : number_format_;
+  if (value->type == SYM_SCALAR) {
+    // No layout, and nothing is written when the letter fails: straight
+    // into the output, the deferred blanks before it as WriteText puts them.
+    const double number = value->value;
+    value->Delete();
+    if (text != nullptr)
+      return FormatDouble(number, text_format.c_str(), letter, *text) || IllegalFormat(letter);
+    std::size_t written = 0;
+    const bool ok = current_output_->append_with([&](std::string& out) {
+      const std::size_t start = out.size();
+      if (!FormatDouble(number, text_format.c_str(), letter, out)) return false;
+      written = out.size() - start;
+      if (written > 0 && deferred_spaces_ > 0)
+        out.insert(start, static_cast<std::size_t>(deferred_spaces_), ' ');
+      return true;
+    });
+    if (!ok) return IllegalFormat(letter);
+    if (written > 0) {
+      deferred_spaces_ = 0;
+      line_has_output_ = 1;
+    }
+    return true;
+  }
   ValueFormat vf;
   vf.letter = letter;
-  vf.style = static_cast<FormatStyle>(style);
+  vf.style = static_cast<FormatStyle>(format.style != 0 ? format.style : format_style_);
   vf.margin = margins_[1];
   if (vf.margin > 0) vf.column = current_output_->line_length() + deferred_spaces_;
   if (is_string)
-    vf.string_format = format;
+    vf.string_format = text_format;
   else
-    vf.number_format = format;
-  bool ok = FormatValue(*value, vf, text);
+    vf.number_format = text_format;
+  std::string& out = text != nullptr ? *text : value_text_;
+  if (text == nullptr) value_text_.clear();
+  const bool ok = FormatValue(*value, vf, out);
   value->Delete();
-  if (!ok) {
-    error();
-    error_stream_->puts("illegal format specifier '");
-    error_stream_->put(letter);
-    error_stream_->puts("'");
-    error_stream_->endl();
-    return false;
-  }
+  if (!ok) return IllegalFormat(letter);
+  if (text == nullptr && !out.empty()) WriteText(out.data(), out.size());
   return true;
+}
+
+bool Engine::IllegalFormat(char letter) {
+  error();
+  error_stream_->puts("illegal format specifier '");
+  error_stream_->put(letter);
+  error_stream_->puts("'");
+  error_stream_->endl();
+  return false;
 }
 
 std::string Engine::BalanceText(char** pos, bool within_line) {

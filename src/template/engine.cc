@@ -7,6 +7,7 @@
 
 #include "template/engine_types.h"
 #include "template/expression_cache.h"
+#include "template/group_memo.h"
 #include "template/text_scan.h"
 #include "util/chunked_output.h"
 #include "util/output_stream.h"
@@ -73,6 +74,7 @@ char* Engine::p_Fill(char** errors) {
   error_stream_->clear();
   // Buffers of earlier fills are gone; so are the places they held.
   if (expression_cache_) expression_cache_->Clear();
+  if (group_memo_) group_memo_->Clear();
   page_state_[0] = -1;
   page_state_[1] = 25;
   page_state_[2] = 0;

@@ -25,7 +25,11 @@ namespace quorvix {
 class OutputSink;
 struct Macro;
 struct SourceFrame;
+struct LoopExpression;
 class ExpressionCache;
+class GroupMemo;
+struct RememberedGroup;
+struct GroupFormat;
 
 // The stream that the outermost running fill writes to (null when none).
 ostream_fast*& PublishedFillStream();
@@ -160,9 +164,27 @@ class Engine {
   int IsFalse() const { return break_pending_ || continue_pending_ ? 1000 : false_depth_; }
 
   // Brace groups and expressions ----------------------------------------------
+  // The brace group behind the '{' at the read position: a remembered one
+  // directly, any other through fill_brace (remembering it when it may be).
+  int BraceGroup();
+  int RunRememberedGroup(const RememberedGroup& group, char* at);
+  // After a group at `at` ran as one expression statement starting at
+  // `expression` and ending (with its format) at the read position.
+  void RememberGroup(char* at, char* expression);
   // Reads an expression with its optional format and style and appends the
-  // value's text; false when the fill must stop (the error is reported).
-  bool expr_to_string(std::string& text);
+  // value's text to `text`, or writes it out when that is null; false when
+  // the fill must stop (the error is reported).
+  bool expr_to_string(std::string* text);
+  // Reports a value that has no text; true for the kinds that have one.
+  bool HasTextKind(symtab* value);
+  // Reads ", format [, style]" of an expression statement, if present.
+  bool ReadGroupFormat(GroupFormat& format);
+  // The text of `value` (deleted here) in `format` over the current
+  // defaults, appended to `text` or, when that is null, written out; false
+  // after a reported error.
+  bool FormatGroupValue(symtab* value, const GroupFormat& format, std::string* text);
+  // Reports a format letter that the value cannot be written with; false.
+  bool IllegalFormat(char letter);
   // The text from *pos up to the first unnested ';', '}', ',' or ')' (or
   // the line end when `within_line`); *pos moves onto that terminator.
   std::string BalanceText(char** pos, bool within_line = false);
@@ -174,6 +196,9 @@ class Engine {
   // Reads the expression at *pos and evaluates it when execution is on
   // (`value` null otherwise). False after reporting a failed evaluation.
   bool ReadExpression(char** pos, symtab*& value);
+  // ReadExpression for a loop's step or condition at `text`, through its
+  // parsed form in `parsed` once it has one.
+  bool ReadLoopExpression(char* text, LoopExpression& parsed, symtab*& value);
   // Reads one expression (in parentheses, or up to a terminator on the line)
   // and evaluates it when execution is on. `syntax_failed` is set when a
   // missing ')' was reported.
@@ -302,6 +327,11 @@ class Engine {
   // Set when the file to fill holds a NUL byte there: reported instead.
   char* nul_at_ = nullptr;
   std::unique_ptr<ExpressionCache> expression_cache_;
+  std::unique_ptr<GroupMemo> group_memo_;
+  // The group that fill_brace is to remember when it turns out plain.
+  char* memo_candidate_ = nullptr;
+  // The text of the value of an expression statement, reused.
+  std::string value_text_;
 };
 
 }  // namespace quorvix

@@ -3,13 +3,24 @@
 #ifndef QUORVIX_TEMPLATE_ENGINE_TYPES_H
 #define QUORVIX_TEMPLATE_ENGINE_TYPES_H
 
+#include <cstdint>
 #include <memory>
 #include <string>
 #include <vector>
 
+#include "quorvix/math_parser.h"
 #include "quorvix/symtab.h"
 
 namespace quorvix {
+
+// A loop's step or condition, parsed once: the loop's text lives as long as
+// its frame, so only the registry and the escape option can make it stale.
+struct LoopExpression {
+  std::unique_ptr<MathParserExpression> parsed;
+  std::size_t length = 0;
+  std::uint64_t registry_generation = 0;
+  bool escapes = true;
+};
 
 struct SourceFrame {
   char* saved_read_pos = nullptr;  // for a loop: the body start
@@ -19,6 +30,8 @@ struct SourceFrame {
   std::unique_ptr<char[]> saved_buffer;
   char* loop_condition = nullptr;  // points into the body's text
   char* loop_step = nullptr;
+  LoopExpression parsed_condition;
+  LoopExpression parsed_step;
   symtab* loop_array = nullptr;  // owned
   std::string saved_source_name;
   std::string loop_variable;

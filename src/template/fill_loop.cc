@@ -91,7 +91,7 @@ void Engine::fill_buffer() {
       }
       if (c == '{') {
         ++read_pos_;
-        if (fill_brace()) return;
+        if (BraceGroup()) return;
         continue;
       }
       if (off) {
@@ -296,12 +296,10 @@ bool Engine::Pop(bool at_loop_end) {
     MathParser::ClearError();
     symtab* v = nullptr;
     if (f->loop_step != nullptr) {
-      char* pos = f->loop_step;
-      if (!ReadExpression(&pos, v)) return false;
+      if (!ReadLoopExpression(f->loop_step, f->parsed_step, v)) return false;
       if (v != nullptr) v->Delete();
     }
-    char* pos = f->loop_condition;
-    if (!ReadExpression(&pos, v)) return false;
+    if (!ReadLoopExpression(f->loop_condition, f->parsed_condition, v)) return false;
     if (v != nullptr) {
       // The kind is not checked: the scalar field decides, NaN repeats.
       const bool again = !(v->value == 0.0) && !was_break;

@@ -159,7 +159,7 @@ void Engine::CloseOutputs() {
 int Engine::st_echo() {
   if (!Expect('(')) return SyntaxError("'(' expected in ECHO statement");
   std::string text;
-  if (!expr_to_string(text)) return 1;
+  if (!expr_to_string(&text)) return 1;
   if (!Expect(')')) return SyntaxError("')' expected in ECHO statement");
   if (IsFalse() != 0) return 0;
   if (MessageServiceBase* messages = parser_->MessageService()) messages->Message(text.c_str());

@@ -73,8 +73,11 @@ void LayoutG(bool negative, const char* digits, int n, int exponent, std::string
 // the rounding step); a value too close to a rounding tie, or beyond the
 // exact powers, is left to the exact path. Returns false then.
 bool FastG(double value, std::string& out) {
-  if (!(value == value) || value == 1.0 / 0.0 || value == -1.0 / 0.0) return false;
-  const bool negative = std::signbit(value);
+  std::uint64_t bits;
+  std::memcpy(&bits, &value, sizeof bits);
+  const bool negative = (bits >> 63) != 0;
+  const int biased = static_cast<int>(bits >> 52 & 0x7ff);
+  if (biased == 0x7ff) return false;  // NaN, infinities
   if (value == 0.0) {
     out += negative ? "-0" : "0";
     return true;
@@ -83,8 +86,10 @@ bool FastG(double value, std::string& out) {
                                        1e8,  1e9,  1e10, 1e11, 1e12, 1e13, 1e14, 1e15,
                                        1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
   const double a = std::fabs(value);
-  // log10(2) times the binary exponent: right or one too small.
-  int exponent = static_cast<int>(std::floor(std::ilogb(a) * 0.30102999566398120));
+  // The binary exponent times log10(2), rounded down (78913 / 2^18 is close
+  // enough over the exponents that can pass the range test below); the
+  // loop corrects an estimate one off either way. Subnormals fail the test.
+  int exponent = ((biased - 1023) * 78913) >> 18;
   for (int attempt = 0; attempt < 3; ++attempt) {
     const int shift = exponent - 5;
     if (shift < -22 || shift > 22) return false;
@@ -97,10 +102,10 @@ bool FastG(double value, std::string& out) {
       ++exponent;
       continue;
     }
-    const double whole = std::floor(scaled);
-    const double fraction = scaled - whole;
+    auto d = static_cast<std::uint32_t>(scaled);  // the floor: scaled is positive
+    const double fraction = scaled - d;
     if (std::fabs(fraction - 0.5) < 1e-6) return false;
-    auto d = static_cast<std::uint32_t>(whole) + (fraction > 0.5 ? 1u : 0u);
+    if (fraction > 0.5) ++d;
     char digits[8];
     for (int i = 5; i >= 0; --i) {
       digits[i] = static_cast<char>('0' + d % 10);
@@ -204,6 +209,13 @@ bool FastFormat(double value, const char* format, char letter, std::string& out)
   if (letter == 'g' && format[0] == '%' && format[1] == 'g' && format[2] == '\0' &&
       FastG(value, out))
     return true;
+  if ((letter == 'd' || letter == 'i') && format[0] == '%' && format[1] == letter &&
+      format[2] == '\0') {
+    char buf[24];
+    const char* end = std::to_chars(buf, buf + sizeof buf, Truncate(value)).ptr;
+    out.append(buf, static_cast<std::size_t>(end - buf));
+    return true;
+  }
   SimpleConversion c;
   if (!ParseSimple(format, c) || c.conversion != letter) return false;
   const bool integral = c.conversion == 'd' || c.conversion == 'i';

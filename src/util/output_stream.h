@@ -29,6 +29,14 @@ class ostream_fast {
   }
   void write(std::string_view s) { write(s.data(), s.size()); }
   void puts(const char* s) { write(s, std::strlen(s)); }
+  // Lets `fill` append to the characters not yet handed on (it may only
+  // append), without a copy in between; gives what `fill` returns.
+  template <typename Fill>
+  bool append_with(Fill&& fill) {
+    const bool ok = fill(buf_);
+    if (buf_.size() >= spill_at_) spill();
+    return ok;
+  }
   // The engine's line end is CR LF on every platform.
   void endl() { write("\r\n", 2); }
   void write_double(double v);

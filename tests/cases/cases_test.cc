@@ -17,39 +17,9 @@
 namespace {
 
 namespace fs = std::filesystem;
-using cases::Decode;
 using cases::Entry;
+using cases::KindOf;
 using cases::ReadEntries;
-
-std::string KindOf(const symtab& v) {
-  switch (v.type) {
-    case SYM_SCALAR:
-      return "scalar";
-    case SYM_ARRAY:
-      return "array " + std::to_string(v.rows) + "x" + std::to_string(v.cols);
-    case SYM_STRINGS:
-      return "strings " + std::to_string(v.num_strings);
-    default:
-      return "undefined";
-  }
-}
-
-// A return code as a "% return" directive states it.
-std::string Describe(const symtab* v) {
-  if (v == nullptr) return "null";
-  auto number = [](double x) {
-    char buf[64];
-    std::snprintf(buf, sizeof buf, "%.17g", x);
-    return std::string(buf);
-  };
-  std::string out = KindOf(*v);
-  if (v->type == SYM_SCALAR) return out + " " + number(v->value);
-  for (int i = 0; v->type == SYM_ARRAY && i < v->rows * v->cols; ++i)
-    out += (i ? ", " : ": ") + number(v->data[i]);
-  for (int i = 0; v->type == SYM_STRINGS && i < v->num_strings; ++i)
-    out += std::string(i ? ", " : ": ") + "\"" + (v->str_list[i] ? v->str_list[i] : "") + "\"";
-  return out;
-}
 
 // Shows line ends, so that a failure prints readably.
 std::string Visible(std::string text) {
@@ -150,58 +120,15 @@ class CaseFileTest : public testing::Test {
     if (value != nullptr) value->Delete();
   }
 
-  // Every case gets a fresh engine in a fresh working directory; the
-  // directives before a case belong to it.
   void RunTemplate(const Entry& e, const std::vector<const Entry*>& directives) {
     SCOPED_TRACE(Where(e) + e.input);
-    qt::TempDir dir;
-    const std::string dir_text = dir.path().string();
-    auto at_dir = [&](std::string text) {
-      for (std::size_t at = 0; (at = text.find("@DIR@", at)) != std::string::npos;)
-        text.replace(at, 5, dir_text);
-      return text;
-    };
-    Filler filler;
-    std::string fill_file, return_code, text;
-    for (const Entry* d : directives) {
-      const std::size_t blank = std::min(d->text.find(' '), d->text.size());
-      const std::string word = d->text.substr(0, blank),
-                        arg = d->text.substr(std::min(blank + 1, d->text.size()));
-      const std::size_t colon = arg.find(':');
-      const std::string content = arg.substr(std::min(colon + 2, arg.size()));
-      if (word == "file" && colon != std::string::npos && Decode(content, text)) {
-        dir.Write(arg.substr(0, colon), at_dir(text));
-      } else if (word == "safe_quotes") {
-        filler.SafeQuotes(1);
-      } else if (word == "evaluate") {
-        symtab* v = filler.GetMathParser()->Evaluate(arg.c_str());
-        ASSERT_NE(v, nullptr) << Where(*d) << "cannot evaluate " << arg;
-        v->Delete();
-      } else if (word == "fill_file" || word == "return") {
-        (word == "return" ? return_code : fill_file) = arg;
-      } else {
-        ADD_FAILURE() << Where(*d) << "unknown directive '" << d->text << "'";
-      }
-    }
     ASSERT_TRUE(e.has_out) << "a template case needs =>";
-    ASSERT_TRUE(fill_file.empty() || e.input.empty()) << "fill_file and a template";
-    const fs::path saved = fs::current_path();
-    fs::current_path(dir.path());  // the case names its files by their plain names
-    char* errors = nullptr;
-    char* out = fill_file.empty() ? filler.Fill(at_dir(e.input).c_str(), &errors)
-                                  : filler.FillFile((dir.path() / fill_file).c_str(), &errors);
-    fs::current_path(saved);
-    ASSERT_NE(out, nullptr) << "the fill returned no output";
-    const std::string output = out, error_text = errors ? errors : "<null>";
-    delete[] out;
-    delete[] errors;
-    EXPECT_EQ(Visible(output), Visible(at_dir(e.out))) << "output differs";
-    EXPECT_EQ(Visible(error_text), e.has_err ? Visible(at_dir(e.err)) : "<null>")
-        << "error text differs";
-    if (!return_code.empty()) {
-      symtab* code = filler.GetReturnCode();
-      EXPECT_EQ(Describe(code), return_code) << "return code differs";
-      if (code != nullptr) code->Delete();
+    const cases::TemplateOutcome got = cases::FillTemplateCase(e, directives);
+    ASSERT_TRUE(got.problem.empty()) << got.problem;
+    EXPECT_EQ(Visible(got.output), Visible(e.out)) << "output differs";
+    EXPECT_EQ(Visible(got.errors), e.has_err ? Visible(e.err) : "<null>") << "error text differs";
+    if (!got.return_code.empty()) {
+      EXPECT_EQ(got.return_code, got.return_wanted) << "return code differs";
     }
   }
 

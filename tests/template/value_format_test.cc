@@ -26,35 +26,14 @@ std::string Printf(const char* format, double v) {
 constexpr double kInf = std::numeric_limits<double>::infinity();
 
 TEST(ValueFormatTest, FloatingFormatsWritePrintfBytes) {
-  const double values[] = {0.0,
-                           -0.0,
-                           1e-5,
-                           1e21,
-                           0.5,
-                           1.5,
-                           2.5,
-                           0.125,
-                           0.375,
-                           -0.0625,
-                           1e-300,
-                           5e-324,
-                           1.7976931348623157e308,
-                           123456.5,
-                           999999.5,
-                           9999995.0,
-                           1.234565e-5,
-                           1e15,
-                           1e16,
-                           -1234.5678,
-                           100000.0,
-                           1e6,
-                           3.14159265358979,
-                           0.1,
-                           2.0 / 3.0,
-                           NAN,
-                           -NAN,
-                           kInf,
-                           -kInf};
+  const double values[] = {0.0, -0.0, 1e-5, 1e21, 0.5, 1.5, 2.5, 0.125, 0.375, -0.0625, 1e-300,
+                           5e-324, 1.7976931348623157e308, 123456.5, 999999.5, 9999995.0,
+                           1.234565e-5, 1e15, 1e16, -1234.5678, 100000.0, 1e6, 3.14159265358979,
+                           0.1, 2.0 / 3.0,
+                           // Around the decimal exponent that %g estimates
+                           // from the binary one, and the ends of its range.
+                           9.999994e-5, 9.999996e-5, 0x1p-40, 0x1p40, 999999.4, 1e22, 4e-17, 3e27,
+                           NAN, -NAN, kInf, -kInf};
   const char* formats[] = {"%g",     "%.0g",   "%.1g",   "%.3g",    "%.17g", "%12g",   "%-12g",
                            "%12.4g", "%G",     "%e",     "%.0e",    "%.3E",  "%15.8e", "%f",
                            "%.0f",   "%.2f",   "%10.3f", "%-10.3f", "%0.3f", "%F",     "%.30f",
