@@ -20,31 +20,54 @@ inline bool ProgramCurrent(const ParsedTree& tree) {
   return tree.program_generation == MathParser::RegistryGeneration();
 }
 
-// Runs the tree's program when it is current and gives the new result
-// record, leaving the parser as a successful evaluation does (no message, no
-// pending error); null otherwise. It needs none of the evaluation's setup: a
-// program neither recurses, nor calls back, nor reports. The caller's slow
-// path asks ProgramCurrent afterwards instead of being handed a flag, so
-// that nothing is kept across the program's run.
-inline symtab* EvaluateCompiled(ParsedTree& tree, MathParser& parser) {
+// What RunCompiled did.
+enum class CompiledRun {
+  kNotRun,    // the caller evaluates the tree, which gives the value or the message
+  kValue,     // the value is a number
+  kAssigned,  // an assignment stored its value; its own value is the empty string
+};
+
+// Runs the tree's program when it is current, leaving the parser as a
+// successful evaluation does (no message, no pending error). It needs none
+// of the evaluation's setup: a program neither recurses, nor calls back, nor
+// reports. A caller that wants the number gets it without a result record.
+// The caller's slow path asks ProgramCurrent afterwards instead of being
+// handed a flag, so that nothing is kept across the program's run.
+inline CompiledRun RunCompiled(ParsedTree& tree, MathParser& parser, double& out) {
   ScalarProgram* program = tree.runnable;
-  if (!ProgramCurrent(tree) || program == nullptr || g_force_tree) return nullptr;
-  const double d = program->Run(parser);
-  if (d != d) [[unlikely]] {
+  if (!ProgramCurrent(tree) || program == nullptr || g_force_tree) return CompiledRun::kNotRun;
+  out = program->Run(parser);
+  if (out != out) [[unlikely]] {
     CountCompiledFailure(tree);
-    return nullptr;
+    return CompiledRun::kNotRun;
   }
   tree.scalar_failures = 0;
   if (parser.ErrorMessage() != nullptr) [[unlikely]]
     parser.SetErrorMessage(nullptr);
   if (MathParser::ErrorPending()) [[unlikely]]
     MathParser::ClearError();
-  if (program->assigns()) {
-    auto* result = new symtab;
-    result->SetString("");
-    return result;
+  return program->assigns() ? CompiledRun::kAssigned : CompiledRun::kValue;
+}
+
+// The result record of an assignment: the empty string.
+inline symtab* AssignmentValue() {
+  auto* result = new symtab;
+  result->SetString("");
+  return result;
+}
+
+// RunCompiled's outcome as the new result record; null when not run.
+inline symtab* EvaluateCompiled(ParsedTree& tree, MathParser& parser) {
+  double d;
+  switch (RunCompiled(tree, parser, d)) {
+    case CompiledRun::kValue:
+      return record_pool::NewScalar(d);
+    case CompiledRun::kAssigned:
+      return AssignmentValue();
+    case CompiledRun::kNotRun:
+      break;
   }
-  return record_pool::NewScalar(d);
+  return nullptr;
 }
 
 }  // namespace quorvix

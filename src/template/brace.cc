@@ -4,6 +4,7 @@
 #include <functional>
 #include <string>
 
+#include "expression/compiled_evaluation.h"
 #include "quorvix/value_format.h"
 #include "template/engine.h"
 #include "template/engine_types.h"
@@ -150,22 +151,45 @@ bool Engine::ReadExpression(char** pos, symtab*& value) {
   return false;
 }
 
-bool Engine::ReadLoopExpression(char* text, LoopExpression& parsed, symtab*& value) {
+bool Engine::LoopExpressionValue(char* text, LoopExpression& parsed, double& number,
+                                 bool& evaluated) {
+  evaluated = false;
+  symtab* value = nullptr;
   const bool escapes = parser_->AllowEscapeCharactersInStrings();
   if (parsed.parsed && IsFalse() == 0 && !GeneralGroupsForced() && parsed.escapes == escapes &&
       parsed.registry_generation == MathParser::RegistryGeneration()) {
-    value = parser_->Evaluate(parsed.parsed.get(), text, parsed.length);
-    if (value != nullptr) return true;
-    expression_error(parser_);
-    return false;
+    // The loop needs the number only: a compiled program gives it without
+    // a result record.
+    switch (RunCompiled(*parsed.parsed->tree(), *parser_, number)) {
+      case CompiledRun::kValue:
+        evaluated = true;
+        return true;
+      case CompiledRun::kAssigned:
+        // The value of an assignment is the empty string: a scalar field of 0.
+        number = 0.0;
+        evaluated = true;
+        return true;
+      case CompiledRun::kNotRun:
+        value = parser_->Evaluate(parsed.parsed.get(), text, parsed.length);
+        if (value == nullptr) {
+          expression_error(parser_);
+          return false;
+        }
+        break;
+    }
+  } else {
+    char* pos = text;
+    if (!ReadExpression(&pos, value)) return false;
+    if (value == nullptr) return true;
+    parsed.length = static_cast<std::size_t>(pos - text);
+    parsed.parsed.reset(parser_->CreateExpression(std::string(text, parsed.length).c_str()));
+    parsed.registry_generation = MathParser::RegistryGeneration();
+    parsed.escapes = escapes;
   }
-  char* pos = text;
-  if (!ReadExpression(&pos, value)) return false;
-  if (value == nullptr) return true;
-  parsed.length = static_cast<std::size_t>(pos - text);
-  parsed.parsed.reset(parser_->CreateExpression(std::string(text, parsed.length).c_str()));
-  parsed.registry_generation = MathParser::RegistryGeneration();
-  parsed.escapes = escapes;
+  // The kind is not checked: the scalar field decides.
+  evaluated = true;
+  number = value->value;
+  value->Delete();
   return true;
 }
 
@@ -220,27 +244,11 @@ bool Engine::FormatGroupValue(symtab* value, const GroupFormat& format, std::str
                                    : is_string ? string_format_
                                                : number_format_;
   if (value->type == SYM_SCALAR) {
-    // No layout, and nothing is written when the letter fails: straight
-    // into the output, the deferred blanks before it as WriteText puts them.
     const double number = value->value;
     value->Delete();
     if (text != nullptr)
       return FormatDouble(number, text_format.c_str(), letter, *text) || IllegalFormat(letter);
-    std::size_t written = 0;
-    const bool ok = current_output_->append_with([&](std::string& out) {
-      const std::size_t start = out.size();
-      if (!FormatDouble(number, text_format.c_str(), letter, out)) return false;
-      written = out.size() - start;
-      if (written > 0 && deferred_spaces_ > 0)
-        out.insert(start, static_cast<std::size_t>(deferred_spaces_), ' ');
-      return true;
-    });
-    if (!ok) return IllegalFormat(letter);
-    if (written > 0) {
-      deferred_spaces_ = 0;
-      line_has_output_ = 1;
-    }
-    return true;
+    return WriteGroupNumber(number, format);
   }
   ValueFormat vf;
   vf.letter = letter;
@@ -257,6 +265,29 @@ bool Engine::FormatGroupValue(symtab* value, const GroupFormat& format, std::str
   value->Delete();
   if (!ok) return IllegalFormat(letter);
   if (text == nullptr && !out.empty()) WriteText(out.data(), out.size());
+  return true;
+}
+
+bool Engine::WriteGroupNumber(double number, const GroupFormat& format) {
+  const bool given = !format.format.empty();
+  const char letter = given ? format.letter : format_letter_;
+  const std::string& text_format = given ? format.format : number_format_;
+  // No layout, and nothing is written when the letter fails: straight into
+  // the output, the deferred blanks before it as WriteText puts them.
+  std::size_t written = 0;
+  const bool ok = current_output_->append_with([&](std::string& out) {
+    const std::size_t start = out.size();
+    if (!FormatDouble(number, text_format.c_str(), letter, out)) return false;
+    written = out.size() - start;
+    if (written > 0 && deferred_spaces_ > 0)
+      out.insert(start, static_cast<std::size_t>(deferred_spaces_), ' ');
+    return true;
+  });
+  if (!ok) return IllegalFormat(letter);
+  if (written > 0) {
+    deferred_spaces_ = 0;
+    line_has_output_ = 1;
+  }
   return true;
 }
 

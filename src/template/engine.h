@@ -183,6 +183,8 @@ class Engine {
   // defaults, appended to `text` or, when that is null, written out; false
   // after a reported error.
   bool FormatGroupValue(symtab* value, const GroupFormat& format, std::string* text);
+  // FormatGroupValue for a number, written out.
+  bool WriteGroupNumber(double number, const GroupFormat& format);
   // Reports a format letter that the value cannot be written with; false.
   bool IllegalFormat(char letter);
   // The text from *pos up to the first unnested ';', '}', ',' or ')' (or
@@ -196,9 +198,11 @@ class Engine {
   // Reads the expression at *pos and evaluates it when execution is on
   // (`value` null otherwise). False after reporting a failed evaluation.
   bool ReadExpression(char** pos, symtab*& value);
-  // ReadExpression for a loop's step or condition at `text`, through its
-  // parsed form in `parsed` once it has one.
-  bool ReadLoopExpression(char* text, LoopExpression& parsed, symtab*& value);
+  // The number (the scalar field, whatever the kind) of a loop's step or
+  // condition at `text`, through its parsed form in `parsed` once it has
+  // one; `evaluated` is false when execution is off. False after reporting
+  // a failed evaluation.
+  bool LoopExpressionValue(char* text, LoopExpression& parsed, double& number, bool& evaluated);
   // Reads one expression (in parentheses, or up to a terminator on the line)
   // and evaluates it when execution is on. `syntax_failed` is set when a
   // missing ')' was reported.

@@ -294,18 +294,15 @@ bool Engine::Pop(bool at_loop_end) {
     }
   } else if (f->loop_condition != nullptr) {
     MathParser::ClearError();
-    symtab* v = nullptr;
-    if (f->loop_step != nullptr) {
-      if (!ReadLoopExpression(f->loop_step, f->parsed_step, v)) return false;
-      if (v != nullptr) v->Delete();
-    }
-    if (!ReadLoopExpression(f->loop_condition, f->parsed_condition, v)) return false;
-    if (v != nullptr) {
-      // The kind is not checked: the scalar field decides, NaN repeats.
-      const bool again = !(v->value == 0.0) && !was_break;
-      v->Delete();
-      if (again) return NextPass(*f, at_loop_end);
-    }
+    double number = 0.0;
+    bool evaluated = false;
+    if (f->loop_step != nullptr &&
+        !LoopExpressionValue(f->loop_step, f->parsed_step, number, evaluated))
+      return false;
+    if (!LoopExpressionValue(f->loop_condition, f->parsed_condition, number, evaluated))
+      return false;
+    // NaN repeats.
+    if (evaluated && !(number == 0.0) && !was_break) return NextPass(*f, at_loop_end);
   }
   // The loop is over; reading goes on after its "endloop", or, when the
   // text ended inside the loop, in the source around that text.

@@ -5,6 +5,7 @@
 
 #include <string>
 
+#include "expression/compiled_evaluation.h"
 #include "template/engine.h"
 #include "template/text_scan.h"
 
@@ -37,7 +38,23 @@ int Engine::RunRememberedGroup(const RememberedGroup& group, char* at) {
   char* const expression = at + group.expression_start;
   statement_start_ = expression;
   read_pos_ = expression + group.expression_length;
-  symtab* value = parser_->Evaluate(group.expression.get(), expression, group.expression_length);
+  // A number from the compiled program is written without a result record.
+  double number;
+  symtab* value = nullptr;
+  switch (RunCompiled(*group.expression->tree(), *parser_, number)) {
+    case CompiledRun::kValue:
+      read_pos_ = at + group.format_end;
+      if (!WriteGroupNumber(number, group.format)) return 1;
+      read_pos_ = at + group.source.size();
+      resume_brace_ = 0;
+      return 0;
+    case CompiledRun::kAssigned:
+      value = AssignmentValue();
+      break;
+    case CompiledRun::kNotRun:
+      value = parser_->Evaluate(group.expression.get(), expression, group.expression_length);
+      break;
+  }
   if (value == nullptr) {
     expression_error(parser_);
     return 1;

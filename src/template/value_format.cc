@@ -35,52 +35,22 @@ long long Truncate(double v) {
   return static_cast<long long>(v);
 }
 
-// Lays out `n` significant digits with decimal exponent `exponent` the way
-// printf's "%g" does (trailing zeros already removed).
-void LayoutG(bool negative, const char* digits, int n, int exponent, std::string& out) {
-  char buf[48];
-  int k = 0;
-  if (negative) buf[k++] = '-';
-  if (exponent < -4 || exponent >= 6) {
-    buf[k++] = digits[0];
-    if (n > 1) {
-      buf[k++] = '.';
-      for (int i = 1; i < n; ++i) buf[k++] = digits[i];
-    }
-    buf[k++] = 'e';
-    buf[k++] = exponent < 0 ? '-' : '+';
-    int x = exponent < 0 ? -exponent : exponent;
-    if (x >= 100) buf[k++] = static_cast<char>('0' + x / 100);
-    buf[k++] = static_cast<char>('0' + x / 10 % 10);
-    buf[k++] = static_cast<char>('0' + x % 10);
-  } else if (exponent >= 0) {
-    for (int i = 0; i <= exponent; ++i) buf[k++] = i < n ? digits[i] : '0';
-    if (n > exponent + 1) {
-      buf[k++] = '.';
-      for (int i = exponent + 1; i < n; ++i) buf[k++] = digits[i];
-    }
-  } else {
-    buf[k++] = '0';
-    buf[k++] = '.';
-    for (int i = 0; i < -exponent - 1; ++i) buf[k++] = '0';
-    for (int i = 0; i < n; ++i) buf[k++] = digits[i];
-  }
-  out.append(buf, static_cast<std::size_t>(k));
-}
-
-// "%g" (six significant digits) without printf. The value is scaled by an
-// exact power of ten (one correctly rounded operation, an error far below
-// the rounding step); a value too close to a rounding tie, or beyond the
-// exact powers, is left to the exact path. Returns false then.
-bool FastG(double value, std::string& out) {
+// "%g" (six significant digits) without printf, into `buf` (32 bytes at
+// least); the end of the text, or null to leave the value to the exact path.
+// The value is scaled by an exact power of ten (one correctly rounded
+// operation, an error far below the rounding step); a value too close to a
+// rounding tie, or beyond the exact powers, is left to the exact path.
+char* FastG(double value, char* buf) {
   std::uint64_t bits;
   std::memcpy(&bits, &value, sizeof bits);
   const bool negative = (bits >> 63) != 0;
   const int biased = static_cast<int>(bits >> 52 & 0x7ff);
-  if (biased == 0x7ff) return false;  // NaN, infinities
+  if (biased == 0x7ff) return nullptr;  // NaN, infinities
+  char* p = buf;
+  if (negative) *p++ = '-';
   if (value == 0.0) {
-    out += negative ? "-0" : "0";
-    return true;
+    *p++ = '0';
+    return p;
   }
   static constexpr double kPowers[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
                                        1e8,  1e9,  1e10, 1e11, 1e12, 1e13, 1e14, 1e15,
@@ -90,33 +60,81 @@ bool FastG(double value, std::string& out) {
   // enough over the exponents that can pass the range test below); the
   // loop corrects an estimate one off either way. Subnormals fail the test.
   int exponent = ((biased - 1023) * 78913) >> 18;
-  for (int attempt = 0; attempt < 3; ++attempt) {
+  std::uint32_t d = 0;
+  for (int attempt = 0;; ++attempt) {
+    if (attempt == 3) return nullptr;
     const int shift = exponent - 5;
-    if (shift < -22 || shift > 22) return false;
+    if (shift < -22 || shift > 22) return nullptr;
     const double scaled = shift >= 0 ? a / kPowers[shift] : a * kPowers[-shift];
-    if (scaled < 99999.5) {
+    // Six digits before the point: the exponent is the value's own. (Taking
+    // 99999.5 as the bound instead would round 99999.9x to 100000 at this
+    // exponent, where the one below gives 999999.x and so other digits.)
+    if (scaled < 100000.0) {
       --exponent;
       continue;
     }
-    if (scaled >= 999999.5) {
+    if (scaled >= 1000000.0) {
       ++exponent;
       continue;
     }
-    auto d = static_cast<std::uint32_t>(scaled);  // the floor: scaled is positive
+    d = static_cast<std::uint32_t>(scaled);  // the floor: scaled is positive
     const double fraction = scaled - d;
-    if (std::fabs(fraction - 0.5) < 1e-6) return false;
-    if (fraction > 0.5) ++d;
-    char digits[8];
-    for (int i = 5; i >= 0; --i) {
-      digits[i] = static_cast<char>('0' + d % 10);
-      d /= 10;
+    if (std::fabs(fraction - 0.5) < 1e-6) return nullptr;
+    if (fraction > 0.5 && ++d == 1000000) {  // rounded up to the next power
+      d = 100000;
+      ++exponent;
     }
-    int n = 6;
-    while (n > 1 && digits[n - 1] == '0') --n;
-    LayoutG(negative, digits, n, exponent, out);
-    return true;
+    break;
   }
-  return false;
+  // The six digits, two at a time, then without their trailing zeros.
+  static constexpr char kPairs[] =
+      "00010203040506070809101112131415161718192021222324252627282930313233343536373839"
+      "40414243444546474849505152535455565758596061626364656667686970717273747576777879"
+      "8081828384858687888990919293949596979899";
+  char digits[16];
+  const std::uint32_t high = d / 10000, low = d % 10000;
+  std::memcpy(digits, kPairs + 2 * high, 2);
+  std::memcpy(digits + 2, kPairs + 2 * (low / 100), 2);
+  std::memcpy(digits + 4, kPairs + 2 * (low % 100), 2);
+  int n = 6;
+  while (digits[n - 1] == '0') --n;  // d has a leading digit other than 0
+  // Copies of 8 bytes whatever the count: `buf` and `digits` have the room.
+  if (exponent >= 0 && exponent < 6) {
+    std::memcpy(p, digits, 8);
+    p += exponent + 1;
+    if (n > exponent + 1) {
+      *p++ = '.';
+      std::memcpy(p, digits + exponent + 1, 8);
+      p += n - exponent - 1;
+    }
+  } else if (exponent < 0 && exponent >= -4) {
+    std::memcpy(p, "0.000000", 8);
+    p += 1 - exponent;
+    std::memcpy(p, digits, 8);
+    p += n;
+  } else {
+    *p++ = digits[0];
+    if (n > 1) {
+      *p++ = '.';
+      std::memcpy(p, digits + 1, 8);
+      p += n - 1;
+    }
+    *p++ = 'e';
+    *p++ = exponent < 0 ? '-' : '+';
+    const int x = exponent < 0 ? -exponent : exponent;
+    if (x >= 100) *p++ = static_cast<char>('0' + x / 100);
+    std::memcpy(p, kPairs + 2 * (x % 100), 2);
+    p += 2;
+  }
+  return p;
+}
+
+bool FastG(double value, std::string& out) {
+  char buf[40];
+  const char* end = FastG(value, buf);
+  if (end == nullptr) return false;
+  out.append(buf, static_cast<std::size_t>(end - buf));
+  return true;
 }
 
 // A printf conversion that to_chars can write byte for byte: optional '-'

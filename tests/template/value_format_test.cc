@@ -33,7 +33,10 @@ TEST(ValueFormatTest, FloatingFormatsWritePrintfBytes) {
                            // Around the decimal exponent that %g estimates
                            // from the binary one, and the ends of its range.
                            9.999994e-5, 9.999996e-5, 0x1p-40, 0x1p40, 999999.4, 1e22, 4e-17, 3e27,
-                           NAN, -NAN, kInf, -kInf};
+                           // Six digits that round below the next power from
+                           // an estimate one too high, and that round up to it.
+                           9.9999949999e-17, -9.99999499e-14, 9.9999949e-2, 99999.94, 99999.96,
+                           9.9999951e-5, NAN, -NAN, kInf, -kInf};
   const char* formats[] = {"%g",     "%.0g",   "%.1g",   "%.3g",    "%.17g", "%12g",   "%-12g",
                            "%12.4g", "%G",     "%e",     "%.0e",    "%.3E",  "%15.8e", "%f",
                            "%.0f",   "%.2f",   "%10.3f", "%-10.3f", "%0.3f", "%F",     "%.30f",
