@@ -35,6 +35,27 @@ int Engine::SyntaxError(const char* message) {
   return 1;
 }
 
+const Engine::StatementFound& Engine::FindStatement(const char* at, char lower) {
+  // A statement read again (a loop body's) is found by its place while the
+  // texts are those it was found in: the text there is still the same.
+  StatementFound& memo = found_statements_[(reinterpret_cast<std::uintptr_t>(at) >> 1) &
+                                           (found_statements_.size() - 1)];
+  if (memo.at == at && memo.texts == text_generation_) return memo;
+  memo = StatementFound{at, text_generation_, &Engine::fill_brace_expr, 0};
+  // Keywords are whole words of word characters: only those as long as the
+  // word here can match, which spares comparing the others.
+  std::size_t word = 0;
+  while (IsWordChar(at[word])) ++word;
+  for (const StatementEntry& entry : StatementsForLetter(lower)) {
+    if (entry.length == word && std::memcmp(at, entry.row.keyword, word) == 0) {
+      memo.handler = entry.row.handler;
+      memo.length = entry.length;
+      break;
+    }
+  }
+  return memo;
+}
+
 int Engine::fill_brace() {
   char* const memo_key = memo_candidate_;
   memo_candidate_ = nullptr;
@@ -58,19 +79,10 @@ int Engine::fill_brace() {
         ++read_pos_;
       }
     } else {
-      int (Engine::*handler)() = &Engine::fill_brace_expr;
       statement_start_ = read_pos_;
-      // Keywords are whole words of word characters: only those as long as
-      // the word here can match, which spares comparing the others.
-      std::size_t word = 0;
-      while (IsWordChar(read_pos_[word])) ++word;
-      for (const StatementEntry& entry : StatementsForLetter(lower)) {
-        if (entry.length == word && std::memcmp(read_pos_, entry.row.keyword, word) == 0) {
-          handler = entry.row.handler;
-          read_pos_ += entry.length;  // the handler starts behind its keyword
-          break;
-        }
-      }
+      const StatementFound& found = FindStatement(read_pos_, lower);
+      int (Engine::*handler)() = found.handler;
+      read_pos_ += found.length;  // the handler starts behind its keyword
       // A group that is one expression statement may be remembered.
       const bool plain = first && memo_key != nullptr && handler == &Engine::fill_brace_expr;
       char* const statement = read_pos_;

@@ -167,6 +167,7 @@ void Engine::RunFill(ostream_fast& out, std::unique_ptr<char[]> buffer, char* st
   current_output_ = &out;
   DeleteSources();
   output_stack_.clear();
+  ++text_generation_;
   read_pos_ = start;
   buffer_start_ = buffer.get();
   file_start_ = name.empty() ? nullptr : buffer.get();

@@ -8,6 +8,8 @@
 #ifndef QUORVIX_TEMPLATE_ENGINE_H
 #define QUORVIX_TEMPLATE_ENGINE_H
 
+#include <array>
+#include <cstdint>
 #include <map>
 #include <memory>
 #include <string>
@@ -259,8 +261,13 @@ class Engine {
   // macro expansion); false (reported) past the budget or the time limit.
   bool SpendWork();
   // False (after reporting) when the fill has written more than the
-  // policy's output limit.
-  bool WithinOutputLimit();
+  // policy's output limit. Every brace group asks: without a limit that is
+  // one test, inline.
+  bool WithinOutputLimit() {
+    return parser_->policy().limits.output_bytes == 0 || base_output_ == nullptr ||
+           OutputWithinLimit();
+  }
+  bool OutputWithinLimit();
   void DeleteSources();
   // Output statements: the value of a one-expression statement (null while
   // execution is off); false when the fill must stop (reported).
@@ -332,6 +339,23 @@ class Engine {
   char* nul_at_ = nullptr;
   std::unique_ptr<ExpressionCache> expression_cache_;
   std::unique_ptr<GroupMemo> group_memo_;
+  // Counts the texts the fill has made to read (a fill's own, an included
+  // file, a macro expansion). Texts are never changed once made, and reading
+  // is always within one that lives, so while no new one is made, text found
+  // at an address stays what it was; a remembered group is compared with
+  // the text only once per generation.
+  std::uint64_t text_generation_ = 0;
+  // The statement keyword at a place in the text (none: the expression
+  // statement, length 0), remembered for the generation of texts it was
+  // read in.
+  struct StatementFound {
+    const char* at = nullptr;
+    std::uint64_t texts = 0;
+    int (Engine::*handler)() = nullptr;
+    std::size_t length = 0;
+  };
+  std::array<StatementFound, 64> found_statements_{};
+  const StatementFound& FindStatement(const char* at, char lower);
   // The group that fill_brace is to remember when it turns out plain.
   char* memo_candidate_ = nullptr;
   // The text of the value of an expression statement, reused.

@@ -70,6 +70,11 @@ void Engine::fill_buffer() {
         continue;
       }
       const char c = *read_pos_;
+      if (c == '{') {  // the same whether execution is on or off
+        ++read_pos_;
+        if (BraceGroup()) return;
+        continue;
+      }
       const bool off = IsFalse() != 0;
       if (c == '\n') {
         if (!off && (!line_has_statement_ || line_has_output_))
@@ -87,11 +92,6 @@ void Engine::fill_buffer() {
         const char* p = SkipQuoted(read_pos_);
         if (!off) WriteText(start, static_cast<std::size_t>(p - start));
         read_pos_ = const_cast<char*>(p);
-        continue;
-      }
-      if (c == '{') {
-        ++read_pos_;
-        if (BraceGroup()) return;
         continue;
       }
       if (off) {
@@ -157,6 +157,7 @@ void Engine::PushFrame() {
 bool Engine::SetBuffer(char* text, std::unique_ptr<char[]> owned) {
   if (!HasRoomForSource()) return false;
   PushFrame();
+  if (owned) ++text_generation_;
   buffer_ = std::move(owned);
   read_pos_ = text;
   buffer_start_ = text;
@@ -193,6 +194,7 @@ bool Engine::Push(const char* filename) {
   std::memcpy(buffer.get() + 1, text.data(), text.size());
   buffer[1 + text.size()] = '\0';
   PushFrame();
+  ++text_generation_;
   buffer_start_ = buffer.get();
   file_start_ = buffer.get();
   read_pos_ = buffer.get() + 1;
@@ -334,9 +336,8 @@ bool Engine::SpendWork() {
   return false;
 }
 
-bool Engine::WithinOutputLimit() {
+bool Engine::OutputWithinLimit() {
   const std::size_t limit = parser_->policy().limits.output_bytes;
-  if (limit == 0 || base_output_ == nullptr) return true;
   std::size_t total = base_output_->written();
   for (const auto& stream : output_stack_) total += stream->written();
   if (total <= limit) return true;

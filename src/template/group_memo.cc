@@ -24,7 +24,7 @@ int Engine::BraceGroup() {
   // while execution is on and no macro call could stand in its place.
   if (group_memo_ && IsFalse() == 0 && macros_.empty() && !g_force_general) {
     if (const RememberedGroup* group =
-            group_memo_->Find(at, parser_->AllowEscapeCharactersInStrings()))
+            group_memo_->Find(at, parser_->AllowEscapeCharactersInStrings(), text_generation_))
       return RunRememberedGroup(*group, at);
   }
   memo_candidate_ = at;
@@ -85,7 +85,7 @@ void Engine::RememberGroup(char* at, char* expression) {
   std::unique_ptr<MathParserExpression> parsed(parser_->CreateExpression(text.c_str()));
   if (!parsed) return;
   if (!group_memo_) group_memo_ = std::make_unique<GroupMemo>();
-  RememberedGroup& group = group_memo_->Add(at);
+  RememberedGroup& group = group_memo_->Add(at, text_generation_);
   group.source.assign(at, static_cast<std::size_t>(close + 1 - at));
   group.expression = std::move(parsed);
   group.expression_start = static_cast<std::size_t>(expression - at);

@@ -42,24 +42,30 @@ class GroupMemo {
  public:
   using Entry = RememberedGroup;
 
-  // The entry for the group whose text starts at `at`, or null.
-  const Entry* Find(const char* at, bool escapes) const {
+  // The entry for the group whose text starts at `at`, or null. The text
+  // there is compared with the entry's unless it was found the same while
+  // the engine's texts were those of `texts` (see Engine::text_generation_).
+  const Entry* Find(const char* at, bool escapes, std::uint64_t texts) const {
     const Slotted* e = slots_[Slot(at)].get();
     if (e == nullptr || e->at != at || e->escapes != escapes ||
         e->registry_generation != MathParser::RegistryGeneration())
       return nullptr;
+    if (e->checked_in == texts) return e;
     // Compare up to the first difference, so that a shorter text is never
     // read past its end.
     const char* s = e->source.data();
     for (std::size_t i = 0, n = e->source.size(); i < n; ++i)
       if (at[i] != s[i]) return nullptr;
+    e->checked_in = texts;
     return e;
   }
-  // A fresh entry for `at`, replacing whatever its slot held.
-  Entry& Add(const char* at) {
+  // A fresh entry for `at`, read from the texts of generation `texts`,
+  // replacing whatever its slot held.
+  Entry& Add(const char* at, std::uint64_t texts) {
     auto& slot = slots_[Slot(at)];
     slot = std::make_unique<Slotted>();
     slot->at = at;
+    slot->checked_in = texts;
     return *slot;
   }
   void Clear() {
@@ -69,6 +75,7 @@ class GroupMemo {
  private:
   struct Slotted : Entry {
     const char* at = nullptr;
+    mutable std::uint64_t checked_in = 0;
   };
   static constexpr std::size_t kSlots = 256;
   static std::size_t Slot(const char* at) {
