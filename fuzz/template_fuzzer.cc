@@ -1,8 +1,11 @@
 // libFuzzer target: any template handed to Filler::Fill must come back with
-// its output and error text, never a crash, hang or sanitizer report. The
-// fill runs in a scratch directory holding a few files to include; inputs
-// that could reach outside it (a '/' together with a file statement) are
-// passed over.
+// its output and error text, never a crash, hang or sanitizer report, and
+// the same output and errors whether loop bodies run their remembered brace
+// groups or read every group again. Each fill starts from a copy of the same
+// parser. The fill runs in a scratch directory holding a few files to
+// include; inputs that could reach outside it (a '/' together with a file
+// statement) are passed over, as are those that could read the clock or the
+// random generator, which would differ between the two fills.
 #include <unistd.h>
 
 #include <cstddef>
@@ -11,6 +14,8 @@
 #include <cstdlib>
 #include <string>
 #include <vector>
+
+#include "template/group_memo.h"
 
 #include "quorvix/filler.h"
 #include "quorvix/math_parser.h"
@@ -64,22 +69,52 @@ void RemoveUserFunctions() {
   for (const std::string& name : names) MathParser::RemoveUserFn(name.c_str());
 }
 
-}  // namespace
+struct Outcome {
+  std::string output, errors;
+  bool operator==(const Outcome&) const = default;
+};
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  MathParser& parser = Setup();
-  std::string text(reinterpret_cast<const char*>(data), size);
-  if (text.find('\0') != std::string::npos || ReachesOutside(text)) return 0;
+Outcome FillOnce(const MathParser& base, const std::string& text, bool general_groups) {
+  quorvix::ForceGeneralGroups(general_groups);
+  MathParser parser(base);
+  Outcome o;
   {
     Filler filler(&parser);
     char* errors = nullptr;
     char* out = filler.Fill(text.c_str(), &errors);
+    o.output = out != nullptr ? out : "";
+    o.errors = errors != nullptr ? errors : "";
     delete[] out;
     delete[] errors;
   }
-  parser.ClearStack();
-  parser.AllowEscapeCharactersInStrings(true);
+  quorvix::ForceGeneralGroups(false);
   FillerBase::IncludePath().clear();
   RemoveUserFunctions();
+  return o;
+}
+
+bool ReadsClockOrRandom(std::string text) {
+  for (char& c : text) c = static_cast<char>(c >= 'A' && c <= 'Z' ? c - 'A' + 'a' : c);
+  for (const char* word : {"rand", "time", "date"})
+    if (text.find(word) != std::string::npos) return true;
+  return false;
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  const MathParser& base = Setup();
+  std::string text(reinterpret_cast<const char*>(data), size);
+  if (text.find('\0') != std::string::npos || ReachesOutside(text) || ReadsClockOrRandom(text))
+    return 0;
+  const Outcome remembered = FillOnce(base, text, false);
+  const Outcome general = FillOnce(base, text, true);
+  if (!(remembered == general)) {
+    std::fprintf(stderr, "remembered groups:\n%s\n--- errors:\n%s\n", remembered.output.c_str(),
+                 remembered.errors.c_str());
+    std::fprintf(stderr, "general path:\n%s\n--- errors:\n%s\n", general.output.c_str(),
+                 general.errors.c_str());
+    std::abort();
+  }
   return 0;
 }

@@ -40,7 +40,7 @@ const Engine::StatementFound& Engine::FindStatement(const char* at, char lower) 
   // texts are those it was found in: the text there is still the same.
   StatementFound& memo = found_statements_[(reinterpret_cast<std::uintptr_t>(at) >> 1) &
                                            (found_statements_.size() - 1)];
-  if (memo.at == at && memo.texts == text_generation_) return memo;
+  if (memo.at == at && memo.texts == text_generation_ && !GeneralGroupsForced()) return memo;
   memo = StatementFound{at, text_generation_, &Engine::fill_brace_expr, 0};
   // Keywords are whole words of word characters: only those as long as the
   // word here can match, which spares comparing the others.

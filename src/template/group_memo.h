@@ -85,7 +85,7 @@ class GroupMemo {
 };
 
 // Makes every brace group and loop end take the general path, without the
-// remembered groups and loop expressions (off by default). For the
+// remembered groups, statements and loop expressions (off by default). For the
 // test that compares the paths and for measurements; not for hosts.
 void ForceGeneralGroups(bool on);
 bool GeneralGroupsForced();
