@@ -113,21 +113,29 @@ class HeaderCheck {
   bool Matrix(unsigned long long budget, int depth, unsigned long long beyond = 0) {
     constexpr unsigned kCell = 1, kStruct = 2, kObject = 3;
     constexpr int kMaxNesting = 64;
-    if (budget == 0) return true;
+    // matio reads a variable's header (and sizes its text by the data tag)
+    // whatever byte count the variable announces: a header that does not fit
+    // that count is read from the bytes after it. Only an empty cell or
+    // field is passed over, and a variable cut short by the end of the file
+    // ends there for matio too.
+    const bool cut = depth == 0 && beyond > 0;
+    if (budget == 0) return depth == 0 && !cut ? Damaged(kHeaderDamaged) : true;
     if (depth > kMaxNesting) return Damaged("a variable is nested too deeply");
     Element flags, dims, name;
-    if (!Next(budget, flags) || !Next(budget, dims) || !Next(budget, name)) return false;
+    if (!Next(budget, flags, cut) || !Next(budget, dims, cut) || !Next(budget, name, cut))
+      return false;
     // matio reads the flags as two words whatever their tag says, and the
     // dimensions as whole words: any other length parts its reading from ours.
-    if (flags.bytes != 8 || dims.bytes % 4 != 0) return Damaged("a variable's header is damaged");
+    if (flags.bytes != 8 || dims.bytes % 4 != 0) return Damaged(kHeaderDamaged);
     const unsigned klass = flags.data.size() >= 4 ? Word(flags.data.data(), big_endian_) & 0xFF : 0;
     if (klass != kCell && klass != kStruct && klass != kObject) {
       // matio sizes some data (text in UTF-8, say) by the data's own tag.
       unsigned char tag[8];
-      if (budget < 8 || !source_.Read(tag, 8)) return false;
+      if (budget < 8) return !cut && Damaged(kHeaderDamaged);
+      if (!source_.Read(tag, 8)) return false;
       const std::uint32_t type = Word(tag, big_endian_);
       const unsigned long long bytes = type >> 16 != 0 ? type >> 16 : Word(tag + 4, big_endian_);
-      if (bytes > budget - 8 + beyond) return Damaged("a variable's header is damaged");
+      if (bytes > budget - 8 + beyond) return Damaged(kHeaderDamaged);
       return depth == 0 || source_.Skip(budget - 8);
     }
     unsigned long long count = 1;
@@ -135,8 +143,8 @@ class HeaderCheck {
       count = Times(count, Word(dims.data.data() + i, big_endian_));
     if (klass != kCell) {
       Element class_name, length, names;
-      if (klass == kObject && !Next(budget, class_name)) return false;
-      if (!Next(budget, length) || !Next(budget, names)) return false;
+      if (klass == kObject && !Next(budget, class_name, cut)) return false;
+      if (!Next(budget, length, cut) || !Next(budget, names, cut)) return false;
       const unsigned long long each =
           length.data.size() >= 4 ? Word(length.data.data(), big_endian_) : 0;
       count = Times(count, each != 0 ? names.bytes / each : 0);
@@ -152,8 +160,7 @@ class HeaderCheck {
       if (budget < 8 || !source_.Read(tag, 8)) return false;
       budget -= 8;
       const unsigned long long bytes = Word(tag + 4, big_endian_);
-      if (Word(tag, big_endian_) != kMatrix || bytes > budget)
-        return Damaged("a variable's header is damaged");
+      if (Word(tag, big_endian_) != kMatrix || bytes > budget) return Damaged(kHeaderDamaged);
       budget -= bytes;
       if (!Matrix(bytes, depth + 1)) return false;
     }
@@ -164,6 +171,7 @@ class HeaderCheck {
 
  private:
   static constexpr std::uint32_t kMatrix = 14;
+  static constexpr const char* kHeaderDamaged = "a variable's header is damaged";
 
   struct Element {
     unsigned long long bytes = 0;
@@ -182,10 +190,12 @@ class HeaderCheck {
 
   // The next element inside a matrix: its tag (the small form keeps up to
   // 4 bytes in the tag itself), its first bytes, the rest skipped with the
-  // padding to 8.
-  bool Next(unsigned long long& budget, Element& e) {
+  // padding to 8. A tag past the matrix's byte count is damage unless the
+  // matrix is `cut` short by the end of the file.
+  bool Next(unsigned long long& budget, Element& e, bool cut) {
     unsigned char tag[8];
-    if (budget < 8 || !source_.Read(tag, 8)) return false;
+    if (budget < 8) return !cut && Damaged(kHeaderDamaged);
+    if (!source_.Read(tag, 8)) return false;
     budget -= 8;
     const std::uint32_t type = Word(tag, big_endian_);
     if (type >> 16 != 0) {
@@ -194,7 +204,7 @@ class HeaderCheck {
       return true;
     }
     e.bytes = Word(tag + 4, big_endian_);
-    if (e.bytes > budget) return Damaged("a variable's header is damaged");
+    if (e.bytes > budget) return Damaged(kHeaderDamaged);
     const unsigned long long padded = std::min(budget, (e.bytes + 7) / 8 * 8);
     const std::size_t keep = static_cast<std::size_t>(std::min<unsigned long long>(e.bytes, 64));
     e.data.resize(keep);

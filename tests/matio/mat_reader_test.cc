@@ -294,6 +294,16 @@ TEST_F(MatReaderFileTest, AnnouncedSizesAreCheckedBeforeReading) {
   EXPECT_FALSE(Open(zipped, &why));
   EXPECT_EQ(why, "mat file " + zipped + ": a variable announces more elements than the file holds");
 
+  // A header that does not fit the variable's own byte count: matio reads it
+  // from the bytes after it (here a dims tag announcing 4 GB of dimensions).
+  for (const std::uint32_t announced : {0u, 16u}) {
+    bytes = qt::ReadFile(SmallV5("short.mat"));
+    std::memcpy(bytes.data() + 132, &announced, 4);
+    const std::string path = Write("short" + std::to_string(announced) + ".mat", bytes);
+    EXPECT_FALSE(Open(path, &why)) << announced;
+    EXPECT_EQ(why, "mat file " + path + ": a variable's header is damaged");
+  }
+
   quorvix::Policy two;
   two.limits.elements = 2;
   tree = Open(SmallV5("three.mat"), &why, two);
