@@ -6,6 +6,10 @@
 namespace {
 
 constexpr std::size_t kChunk = std::size_t{1} << 18;
+// A chunk spills after kChunk new characters; the room past that takes
+// the open line carried over and the write that crosses the spill point,
+// so that a chunk is not grown, and copied, on its way.
+constexpr std::size_t kRoom = kChunk + (std::size_t{1} << 14);
 // At most this many spare chunks (32 MiB) wait for the next fill.
 constexpr std::size_t kMaxSpare = 128;
 
@@ -19,7 +23,7 @@ TextBuffer TakeSpare() {
   auto& spares = Spares();
   if (spares.empty()) {
     TextBuffer s;
-    s.reserve(kChunk);
+    s.reserve(kRoom);
     return s;
   }
   TextBuffer s = std::move(spares.back());
@@ -30,7 +34,7 @@ TextBuffer TakeSpare() {
 
 void GiveSpare(TextBuffer&& s) {
   auto& spares = Spares();
-  if (spares.size() < kMaxSpare && s.capacity() >= kChunk) spares.push_back(std::move(s));
+  if (spares.size() < kMaxSpare && s.capacity() >= kRoom) spares.push_back(std::move(s));
 }
 
 }  // namespace
