@@ -353,7 +353,7 @@ void Engine::error() {
   while (*end != '\0' && *end != '\n') ++end;
   error_stream_->write(line, static_cast<std::size_t>(end - line));
   error_stream_->endl();
-  for (const char* p = line; p < pos; ++p) error_stream_->put(' ');
+  error_stream_->put_n(' ', static_cast<std::size_t>(pos - line));
   error_stream_->put('^');
   error_stream_->endl();
   WriteDeferredSpaces();

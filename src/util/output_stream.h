@@ -28,6 +28,13 @@ class ostream_fast {
     if (buf_.size() >= spill_at_) spill();
   }
   void write(std::string_view s) { write(s.data(), s.size()); }
+  // `n` copies of `c`.
+  void put_n(char c, std::size_t n) {
+    if (n == 0) return;
+    char* at = reserve(n);
+    std::memset(at, c, n);
+    commit(at + n);
+  }
   void puts(const char* s) { write(s, std::strlen(s)); }
   // Room for `n` characters, to be written in place and then taken in by
   // commit(end), which may be anywhere from the room's start to n past it;
