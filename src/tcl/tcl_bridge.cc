@@ -11,6 +11,7 @@
 #include <memory>
 #include <span>
 #include <string>
+#include <string_view>
 
 #include "builtins/builtin_support.h"
 #include "builtins/builtin_table.h"
@@ -152,9 +153,10 @@ class TclStream : public ostream_fast {
   ~TclStream() override {
     // The engine's CR LF line ends become Tcl's own.
     std::string script;
-    script.reserve(buf_.size());
-    for (std::size_t i = 0; i < buf_.size(); ++i)
-      if (!(buf_[i] == '\r' && i + 1 < buf_.size() && buf_[i + 1] == '\n')) script += buf_[i];
+    const std::string_view text = buf_.view();
+    script.reserve(text.size());
+    for (std::size_t i = 0; i < text.size(); ++i)
+      if (!(text[i] == '\r' && i + 1 < text.size() && text[i + 1] == '\n')) script += text[i];
     if (EvalScript(interp_, script.c_str()) != TCL_OK && messages_ != nullptr) {
       const std::string message = std::string("TCL stream: ") + Tcl_GetStringResult(interp_);
       messages_->Message(message.c_str());

@@ -10,6 +10,7 @@
 #include "template/engine_types.h"
 #include "template/expression_cache.h"
 #include "template/group_memo.h"
+#include "template/number_text.h"
 #include "template/statement_table.h"
 #include "template/text_scan.h"
 #include "util/output_stream.h"
@@ -284,22 +285,23 @@ bool Engine::WriteGroupNumber(double number, const GroupFormat& format) {
   const bool given = !format.format.empty();
   const char letter = given ? format.letter : format_letter_;
   const std::string& text_format = given ? format.format : number_format_;
-  // No layout, and nothing is written when the letter fails: straight into
-  // the output, the deferred blanks before it as WriteText puts them.
-  std::size_t written = 0;
-  const bool ok = current_output_->append_with([&](std::string& out) {
-    const std::size_t start = out.size();
-    if (!FormatDouble(number, text_format.c_str(), letter, out)) return false;
-    written = out.size() - start;
-    if (written > 0 && deferred_spaces_ > 0)
-      out.insert(start, static_cast<std::size_t>(deferred_spaces_), ' ');
+  // No layout, and nothing is written when the letter fails. Most numbers
+  // are written in place after the deferred blanks, which go in only when
+  // the number has text; the others take the string path and WriteText.
+  const auto spaces = static_cast<std::size_t>(deferred_spaces_);
+  char* const at = current_output_->reserve(spaces + kNumberTextRoom);
+  if (const char* end = FormatNumberTo(number, text_format.c_str(), letter, at + spaces)) {
+    if (end > at + spaces) {
+      if (spaces > 0) std::memset(at, ' ', spaces);
+      current_output_->commit(end);
+      deferred_spaces_ = 0;
+      line_has_output_ = 1;
+    }
     return true;
-  });
-  if (!ok) return IllegalFormat(letter);
-  if (written > 0) {
-    deferred_spaces_ = 0;
-    line_has_output_ = 1;
   }
+  value_text_.clear();
+  if (!FormatDouble(number, text_format.c_str(), letter, value_text_)) return IllegalFormat(letter);
+  if (!value_text_.empty()) WriteText(value_text_.data(), value_text_.size());
   return true;
 }
 
@@ -363,7 +365,7 @@ void Engine::error() {
   while (*end != '\0' && *end != '\n') ++end;
   error_stream_->write(line, static_cast<std::size_t>(end - line));
   error_stream_->endl();
-  for (const char* p = line; p < pos; ++p) error_stream_->put(' ');
+  error_stream_->put_n(' ', static_cast<std::size_t>(pos - line));
   error_stream_->put('^');
   error_stream_->endl();
   WriteDeferredSpaces();

@@ -206,7 +206,7 @@ int Engine::st_foreach() {
         // later passes take the elements exactly.
         ostrstream_fast number;
         number.write_double(array->data[0]);
-        first.SetScalar(std::strtod(number.text().c_str(), nullptr));
+        first.SetScalar(std::strtod(std::string(number.text()).c_str(), nullptr));
       }
     } else if (array->type == SYM_STRINGS) {
       count = array->num_strings;

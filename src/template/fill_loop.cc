@@ -38,7 +38,7 @@ const StopTable kStops;
 
 void Engine::WriteDeferredSpaces() {
   if (deferred_spaces_ > 0) {
-    for (int i = 0; i < deferred_spaces_; ++i) current_output_->put(' ');
+    current_output_->put_n(' ', static_cast<std::size_t>(deferred_spaces_));
     deferred_spaces_ = 0;
     line_has_output_ = 1;
   }

@@ -7,6 +7,8 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "template/number_text.h"
+
 namespace quorvix {
 
 namespace {
@@ -129,14 +131,6 @@ char* FastG(double value, char* buf) {
   return p;
 }
 
-bool FastG(double value, std::string& out) {
-  char buf[40];
-  const char* end = FastG(value, buf);
-  if (end == nullptr) return false;
-  out.append(buf, static_cast<std::size_t>(end - buf));
-  return true;
-}
-
 // A printf conversion that to_chars can write byte for byte: optional '-'
 // flag, optional width, optional precision, then e, f, g (either case) or
 // d/i without a precision. Anything else (other flags, a '0' flag with a
@@ -220,30 +214,43 @@ char* ToChars(double value, const SimpleConversion& c, char* buf, char* end) {
   return r.ptr;
 }
 
-// The conversions of template output without printf. Plain "%g" has its own
-// faster path; the others go through to_chars, which writes exactly printf's
-// bytes for finite values. Returns false when printf must write the value.
+// The conversions of template output without printf: FastG for plain "%g",
+// to_chars for the others, which writes exactly printf's bytes for finite
+// values.
+
+// "%g" and "%d" (or "%i"), the template's usual formats: no parsing, no
+// padding. Null for any other format, or a %g value FastG leaves.
+char* PlainNumber(double value, const char* format, char letter, char* buf) {
+  if (format[0] != '%' || format[1] != letter || format[2] != '\0') return nullptr;
+  if (letter == 'g') return FastG(value, buf);
+  if (letter == 'd' || letter == 'i') return std::to_chars(buf, buf + 24, Truncate(value)).ptr;
+  return nullptr;
+}
+
+// A conversion ParseSimple takes, without its padding, which `c` tells;
+// null when printf must write the value.
+char* SimpleNumber(double value, const char* format, char letter, char* buf, SimpleConversion& c) {
+  if (!ParseSimple(format, c) || c.conversion != letter) return nullptr;
+  const bool integral = c.conversion == 'd' || c.conversion == 'i';
+  if (!integral && !std::isfinite(value)) return nullptr;
+  return ToChars(value, c, buf, buf + 160);
+}
+
+std::size_t Padding(const SimpleConversion& c, std::size_t n) {
+  return static_cast<std::size_t>(c.width) > n ? c.width - n : 0;
+}
+
 bool FastFormat(double value, const char* format, char letter, std::string& out) {
-  if (letter == 'g' && format[0] == '%' && format[1] == 'g' && format[2] == '\0' &&
-      FastG(value, out))
-    return true;
-  if ((letter == 'd' || letter == 'i') && format[0] == '%' && format[1] == letter &&
-      format[2] == '\0') {
-    char buf[24];
-    const char* end = std::to_chars(buf, buf + sizeof buf, Truncate(value)).ptr;
+  char buf[kNumberTextRoom];
+  if (const char* end = PlainNumber(value, format, letter, buf)) {
     out.append(buf, static_cast<std::size_t>(end - buf));
     return true;
   }
   SimpleConversion c;
-  if (!ParseSimple(format, c) || c.conversion != letter) return false;
-  const bool integral = c.conversion == 'd' || c.conversion == 'i';
-  if (!integral && !std::isfinite(value)) return false;
-  if (c.conversion == 'g' && c.precision < 0 && c.width == 0 && FastG(value, out)) return true;
-  char buf[160];
-  const char* end = ToChars(value, c, buf, buf + sizeof buf);
+  const char* end = SimpleNumber(value, format, letter, buf, c);
   if (end == nullptr) return false;
   const auto n = static_cast<std::size_t>(end - buf);
-  const std::size_t pad = static_cast<std::size_t>(c.width) > n ? c.width - n : 0;
+  const std::size_t pad = Padding(c, n);
   if (!c.left) out.append(pad, ' ');
   out.append(buf, n);
   if (c.left) out.append(pad, ' ');
@@ -251,6 +258,25 @@ bool FastFormat(double value, const char* format, char letter, std::string& out)
 }
 
 }  // namespace
+
+char* FormatNumberTo(double value, const char* format, char letter, char* buf) {
+  if (char* end = PlainNumber(value, format, letter, buf)) return end;
+  SimpleConversion c;
+  char* end = SimpleNumber(value, format, letter, buf, c);
+  if (end == nullptr) return nullptr;
+  const auto n = static_cast<std::size_t>(end - buf);
+  const std::size_t pad = Padding(c, n);
+  if (pad == 0) return end;
+  // A width beyond the room is left to the string path.
+  if (n + pad > kNumberTextRoom) return nullptr;
+  if (c.left) {
+    std::memset(end, ' ', pad);
+  } else {
+    std::memmove(buf + pad, buf, n);
+    std::memset(buf, ' ', pad);
+  }
+  return buf + n + pad;
+}
 
 bool FormatDouble(double value, const char* format, char letter, std::string& out) {
   if (FastFormat(value, format, letter, out)) return true;

@@ -5,7 +5,6 @@
 #ifndef QUORVIX_UTIL_CHUNKED_OUTPUT_H
 #define QUORVIX_UTIL_CHUNKED_OUTPUT_H
 
-#include <string>
 #include <vector>
 
 #include "util/output_stream.h"
@@ -27,7 +26,7 @@ class ochunkedstream_fast : public ostrstream_fast {
   void spill() override;
 
  private:
-  std::vector<std::string> chunks_;
+  std::vector<TextBuffer> chunks_;
 };
 
 #endif

@@ -1,6 +1,7 @@
 #include "util/output_stream.h"
 
 #include <cstdio>
+#include <string>
 
 void ostream_fast::write_double(double v) {
   char buf[64];
@@ -18,13 +19,13 @@ char* ostrstream_fast::str() {
 
 void ocappedstream_fast::spill() {
   if (!cut_) {
-    buf_.resize(cap_);
-    buf_ += "\r\n... cut at " + std::to_string(cap_) + " bytes\r\n";
+    buf_.truncate(cap_);
+    buf_.append("\r\n... cut at " + std::to_string(cap_) + " bytes\r\n");
     cut_ = true;
     spill_at_ = buf_.size() + 1;
   }
   // Whatever came after the cut is dropped.
-  buf_.resize(spill_at_ - 1);
+  buf_.truncate(spill_at_ - 1);
 }
 
 ofstream_fast::ofstream_fast(std::FILE* file) : ostream_fast(64 * 1024), file_(file) {}

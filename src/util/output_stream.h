@@ -8,10 +8,10 @@
 #include <cstddef>
 #include <cstdio>
 #include <cstring>
-#include <string>
 #include <string_view>
 
 #include "quorvix/output_sink.h"
+#include "util/text_buffer.h"
 
 class ostream_fast {
  public:
@@ -28,14 +28,21 @@ class ostream_fast {
     if (buf_.size() >= spill_at_) spill();
   }
   void write(std::string_view s) { write(s.data(), s.size()); }
+  // `n` copies of `c`.
+  void put_n(char c, std::size_t n) {
+    if (n == 0) return;
+    char* at = reserve(n);
+    std::memset(at, c, n);
+    commit(at + n);
+  }
   void puts(const char* s) { write(s, std::strlen(s)); }
-  // Lets `fill` append to the characters not yet handed on (it may only
-  // append), without a copy in between; gives what `fill` returns.
-  template <typename Fill>
-  bool append_with(Fill&& fill) {
-    const bool ok = fill(buf_);
+  // Room for `n` characters, to be written in place and then taken in by
+  // commit(end), which may be anywhere from the room's start to n past it;
+  // nothing is written until the commit, so a writer may give up.
+  char* reserve(std::size_t n) { return buf_.room(n); }
+  void commit(const char* end) {
+    buf_.commit(end);
     if (buf_.size() >= spill_at_) spill();
-    return ok;
   }
   // The engine's line end is CR LF on every platform.
   void endl() { write("\r\n", 2); }
@@ -45,8 +52,8 @@ class ostream_fast {
   std::size_t pending() const { return buf_.size(); }
   // The length of the last line among the characters not yet handed on.
   std::size_t line_length() const {
-    const std::size_t nl = buf_.rfind('\n');
-    return nl == std::string::npos ? buf_.size() : buf_.size() - nl - 1;
+    const std::size_t nl = buf_.find_last('\n');
+    return nl == TextBuffer::npos ? buf_.size() : buf_.size() - nl - 1;
   }
   // Characters written since the stream was made.
   std::size_t written() const { return handed_on_ + buf_.size(); }
@@ -56,7 +63,7 @@ class ostream_fast {
   // Called when the buffer reaches spill_at_; a sink empties it.
   virtual void spill() {}
 
-  std::string buf_;
+  TextBuffer buf_;
   std::size_t spill_at_;
   std::size_t handed_on_ = 0;  // characters flushed out of buf_
 };
@@ -68,7 +75,7 @@ class ostrstream_fast : public ostream_fast {
   // Hands over the accumulated characters as a new[] zero-terminated string
   // and empties the stream.
   char* str();
-  const std::string& text() const { return buf_; }
+  std::string_view text() const { return buf_.view(); }
   void clear() { buf_.clear(); }
 };
 

@@ -8,12 +8,19 @@
 #include <string>
 
 #include "quorvix/value_format.h"
+#include "template/number_text.h"
 
 namespace {
 
+// FormatDouble's text; the output path's in-place writer, where it takes
+// the value, must write the same.
 std::string Format(double v, const char* format, char letter) {
   std::string out;
   EXPECT_TRUE(quorvix::FormatDouble(v, format, letter, out)) << format;
+  char buf[quorvix::kNumberTextRoom];
+  if (const char* end = quorvix::FormatNumberTo(v, format, letter, buf)) {
+    EXPECT_EQ(std::string(buf, static_cast<std::size_t>(end - buf)), out) << format << " " << v;
+  }
   return out;
 }
 
@@ -40,7 +47,7 @@ TEST(ValueFormatTest, FloatingFormatsWritePrintfBytes) {
   const char* formats[] = {"%g",     "%.0g",   "%.1g",   "%.3g",    "%.17g", "%12g",   "%-12g",
                            "%12.4g", "%G",     "%e",     "%.0e",    "%.3E",  "%15.8e", "%f",
                            "%.0f",   "%.2f",   "%10.3f", "%-10.3f", "%0.3f", "%F",     "%.30f",
-                           "%+g",    "%08.3f", "%#g",    "% e",     "%5.f"};
+                           "%+g",    "%08.3f", "%#g",    "% e",     "%5.f",  "%200.3f"};
   for (const char* f : formats) {
     const char letter = f[std::char_traits<char>::length(f) - 1];
     for (double v : values) EXPECT_EQ(Format(v, f, letter), Printf(f, v)) << f << " " << v;
