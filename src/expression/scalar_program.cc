@@ -454,36 +454,42 @@ subscript:
 
 namespace {
 
-// A program that has failed too often in a row is no longer offered to the
-// compiled entry; the tree's own scalar path keeps counting for it.
-void CountRun(ParsedTree& tree, bool succeeded) {
-  tree.scalar_failures = succeeded ? 0 : tree.scalar_failures + 1;
+// Offers the program to the compiled entry, unless it has failed too often
+// in a row; the tree's own scalar path keeps counting for it.
+void Arm(ParsedTree& tree) {
   tree.runnable = tree.scalar_failures < kMaxScalarFailures ? tree.program.get() : nullptr;
 }
 
 bool RunProgram(ParsedTree& tree, const MathParser& parser, double& out) {
   if (!tree.program || g_force_tree || tree.scalar_failures >= kMaxScalarFailures) return false;
   out = tree.program->Run(parser);
-  CountRun(tree, out == out);
-  return out == out;
+  const bool ran = out == out;
+  tree.scalar_failures = ran ? 0 : tree.scalar_failures + 1;
+  return ran;
 }
 
 }  // namespace
 
-void CountCompiledFailure(ParsedTree& tree) { CountRun(tree, false); }
+// The evaluation that follows a failed compiled run (through the parser's
+// Evaluate, whichever caller tried the program) must not run the program
+// again: it is withdrawn until that evaluation's slow path offers it again.
+void CountCompiledFailure(ParsedTree& tree) {
+  ++tree.scalar_failures;
+  tree.runnable = nullptr;
+}
 
 bool EvaluateScalar(ParsedTree& tree, const MathParser& parser, bool tried, double& out) {
+  bool ran = false;
   if (!tried) {
     if (!ProgramCurrent(tree)) {
       tree.program = ScalarProgram::Compile(*tree.root);
       tree.program_generation = MathParser::RegistryGeneration();
-      tree.runnable = tree.scalar_failures < kMaxScalarFailures ? tree.program.get() : nullptr;
     }
     // An assignment's value is no scalar: the tree makes it this time.
-    if (!tree.program || !tree.program->assigns()) {
-      if (RunProgram(tree, parser, out)) return true;
-    }
+    if (!tree.program || !tree.program->assigns()) ran = RunProgram(tree, parser, out);
   }
+  Arm(tree);
+  if (ran) return true;
   if (tree.program || g_force_tree || tree.scalar_failures >= kMaxScalarFailures) return false;
   if (tree.root->evaluateScalar(out) && out == out) {  // a NaN as in Run
     tree.scalar_failures = 0;

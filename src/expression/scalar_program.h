@@ -136,7 +136,9 @@ class ScalarProgram {
 // nodes' own scalar evaluation for a tree without a program.
 QUORVIX_INTERNAL bool EvaluateScalar(ParsedTree& tree, const MathParser& parser, bool tried,
                                      double& out);
-// Counts a failed run of the tree's program (EvaluateCompiled's slow side).
+// Counts a failed run of the tree's program on the compiled entry and
+// withdraws the program from it until EvaluateScalar, on the evaluation's
+// slow path that follows, offers it again.
 QUORVIX_INTERNAL void CountCompiledFailure(ParsedTree& tree);
 
 // Set while every evaluation must take the general tree path.

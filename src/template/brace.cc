@@ -242,10 +242,20 @@ bool Engine::ReadGroupFormat(GroupFormat& format) {
   return ReadFormat(format.format, format.letter, format.style, false);
 }
 
+const std::string& Engine::FormatFor(const GroupFormat& format, bool is_string,
+                                     char& letter) const {
+  if (!format.format.empty()) {
+    letter = format.letter;
+    return format.format;
+  }
+  letter = is_string ? 's' : format_letter_;
+  return is_string ? string_format_ : number_format_;
+}
+
 bool Engine::FormatGroupValue(symtab* value, const GroupFormat& format, std::string* text) {
   const bool is_string = value->type == SYM_STRINGS;
-  const bool given = !format.format.empty();
-  const char letter = given ? format.letter : is_string ? 's' : format_letter_;
+  char letter;
+  const std::string& text_format = FormatFor(format, is_string, letter);
   if (is_string && letter != 's') {
     error_stream_->puts("unsuported format type");
     error_stream_->endl();
@@ -253,9 +263,6 @@ bool Engine::FormatGroupValue(symtab* value, const GroupFormat& format, std::str
     value->Delete();
     return false;
   }
-  const std::string& text_format = given       ? format.format
-                                   : is_string ? string_format_
-                                               : number_format_;
   if (value->type == SYM_SCALAR) {
     const double number = value->value;
     value->Delete();
@@ -282,9 +289,8 @@ bool Engine::FormatGroupValue(symtab* value, const GroupFormat& format, std::str
 }
 
 bool Engine::WriteGroupNumber(double number, const GroupFormat& format) {
-  const bool given = !format.format.empty();
-  const char letter = given ? format.letter : format_letter_;
-  const std::string& text_format = given ? format.format : number_format_;
+  char letter;
+  const std::string& text_format = FormatFor(format, false, letter);
   // No layout, and nothing is written when the letter fails. Most numbers
   // are written in place after the deferred blanks, which go in only when
   // the number has text; the others take the string path and WriteText.

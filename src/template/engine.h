@@ -185,6 +185,9 @@ class Engine {
   // defaults, appended to `text` or, when that is null, written out; false
   // after a reported error.
   bool FormatGroupValue(symtab* value, const GroupFormat& format, std::string* text);
+  // The format (and its `letter`) a group writes a number or, when
+  // `is_string`, strings with: its own, or the default of the moment.
+  const std::string& FormatFor(const GroupFormat& format, bool is_string, char& letter) const;
   // FormatGroupValue for a number, written out.
   bool WriteGroupNumber(double number, const GroupFormat& format);
   // Reports a format letter that the value cannot be written with; false.
